@@ -1,0 +1,249 @@
+// What one frame of a player costs at 1920x1080, next to the floor of any frame: copying its
+// bytes, and one full-frame drawPixmap into an image of the kind a widget backing store is.
+#include <effectdisplay.h>
+
+#include <QApplication>
+#include <QImage>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPixmap>
+#include <QTemporaryDir>
+#include <QWidget>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int kWidth = 1920;
+constexpr int kHeight = 1080;
+constexpr size_t kFrameBytes = size_t(kWidth) * kHeight * 4;
+constexpr long kEffectTimeMs = 1000;
+constexpr const char* kBaseline = "BM_DrawPixmap";
+constexpr const char* kMemcpy = "BM_Memcpy";
+
+QString g_picturePath;
+
+// Opaque, as most signage pictures are. QPixmap stores an opaque picture as RGB32 whatever the
+// image's format, on the player's side as on this one, so both draw the same kind of pixels.
+QImage makePicture(int width, int height)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&image);
+    QLinearGradient gradient(0, 0, width, height);
+    gradient.setColorAt(0, QColor(20, 90, 160));
+    gradient.setColorAt(1, QColor(230, 160, 40));
+    painter.fillRect(image.rect(), gradient);
+    return image;
+}
+
+void countFrames(benchmark::State& state)
+{
+    state.SetItemsProcessed(state.iterations());
+}
+
+// A player on a full-HD parent that has loaded the picture for effect code 0.
+struct NoEffectPlayer {
+    NoEffectPlayer()
+    {
+        parent.resize(kWidth, kHeight);
+        display = new EffectDisplay(&parent);
+        display->showEffect(0, g_picturePath, kEffectTimeMs, kEffectTimeMs);
+    }
+    bool showsPicture() { return qAlpha(display->renderFrame(0, 1.0f).pixel(kWidth / 2, kHeight / 2)) == 255; }
+
+    QWidget parent;
+    EffectDisplay* display = nullptr;
+};
+
+void BM_DrawPixmap(benchmark::State& state)
+{
+    const QPixmap pixmap = QPixmap::fromImage(makePicture(kWidth - 1, kHeight - 1));
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    target.fill(Qt::transparent);
+    for (auto _ : state) {
+        QPainter painter(&target);
+        painter.drawPixmap(0, 0, pixmap);
+    }
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
+void BM_Memcpy(benchmark::State& state)
+{
+    std::vector<unsigned char> source(kFrameBytes, 0x5a);
+    std::vector<unsigned char> target(kFrameBytes);
+    benchmark::DoNotOptimize(target.data());
+    for (auto _ : state) {
+        std::memcpy(target.data(), source.data(), kFrameBytes);
+        benchmark::ClobberMemory();
+    }
+    countFrames(state);
+}
+
+void BM_NoEffectFrame(benchmark::State& state)
+{
+    NoEffectPlayer player;
+    if (!player.showsPicture()) {
+        state.SkipWithError("the player did not load the picture");
+        return;
+    }
+    for (auto _ : state) {
+        const QImage frame = player.display->renderFrame(0, 1.0f);
+        benchmark::DoNotOptimize(frame.constBits());
+    }
+    countFrames(state);
+}
+
+void BM_NoEffectPaintEvent(benchmark::State& state)
+{
+    NoEffectPlayer player;
+    if (!player.showsPicture()) {
+        state.SkipWithError("the player did not load the picture");
+        return;
+    }
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    target.fill(Qt::transparent);
+    player.display->render(&target);
+    if (qAlpha(target.pixel(kWidth / 2, kHeight / 2)) != 255) {
+        state.SkipWithError("QWidget::render painted nothing");
+        return;
+    }
+    for (auto _ : state)
+        player.display->render(&target);
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
+} // namespace
+
+// The baseline runs first so that every later line can carry its ratio.
+BENCHMARK(BM_DrawPixmap);
+BENCHMARK(BM_Memcpy);
+BENCHMARK(BM_NoEffectFrame);
+BENCHMARK(BM_NoEffectPaintEvent);
+
+namespace {
+
+// The console output, with a ratio_to_drawPixmap counter on each line and a table of ratios
+// to drawPixmap and to memcpy at the end.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    using ConsoleReporter::ConsoleReporter;
+
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        std::vector<Run> withRatio = runs;
+        for (Run& run : withRatio) {
+            // With repetitions the median, reported after the single runs, stands for the benchmark
+            // in the closing table; the counter goes on single runs only.
+            const bool single = run.run_type == Run::RT_Iteration;
+            if (run.error_occurred || (!single && run.aggregate_name != "median"))
+                continue;
+            const double seconds = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            record(run.run_name.function_name, seconds);
+            if (const double baseline = secondsOf(kBaseline); single && baseline > 0)
+                run.counters["ratio_to_drawPixmap"] = seconds / baseline;
+        }
+        ConsoleReporter::ReportRuns(withRatio);
+    }
+
+    void Finalize() override
+    {
+        ConsoleReporter::Finalize();
+        std::ostream& out = GetOutputStream();
+        out << "\n" << line("Per 1920x1080 frame", "ms", "x drawPixmap", "x memcpy");
+        for (const auto& [name, seconds] : m_seconds)
+            out << line(name, fixed(seconds * 1e3, 3), ratio(seconds, secondsOf(kBaseline)),
+                ratio(seconds, secondsOf(kMemcpy)));
+    }
+
+private:
+    void record(const std::string& name, double seconds)
+    {
+        for (auto& entry : m_seconds) {
+            if (entry.first == name) {
+                entry.second = seconds;
+                return;
+            }
+        }
+        m_seconds.emplace_back(name, seconds);
+    }
+    static std::string fixed(double value, int decimals)
+    {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.*f", decimals, value);
+        return text;
+    }
+    static std::string ratio(double seconds, double reference)
+    {
+        return reference > 0 ? fixed(seconds / reference, 2) : std::string("-");
+    }
+    static std::string line(
+        const std::string& name, const std::string& ms, const std::string& toBaseline, const std::string& toMemcpy)
+    {
+        char text[160];
+        std::snprintf(
+            text, sizeof text, "%-26s%10s%14s%10s\n", name.c_str(), ms.c_str(), toBaseline.c_str(), toMemcpy.c_str());
+        return text;
+    }
+    double secondsOf(const std::string& name) const
+    {
+        for (const auto& entry : m_seconds) {
+            if (entry.first == name)
+                return entry.second;
+        }
+        return 0;
+    }
+
+    std::vector<std::pair<std::string, double>> m_seconds;
+};
+
+// Another output format asked for on the command line gets the library's own reporter.
+bool wantsConsole(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg.rfind("--benchmark_format=", 0) == 0 && arg != "--benchmark_format=console")
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const bool console = wantsConsole(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    QApplication app(argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+
+    QTemporaryDir dir;
+    g_picturePath = dir.filePath(QStringLiteral("picture.png"));
+    if (!dir.isValid() || !makePicture(kWidth, kHeight).save(g_picturePath)) {
+        std::fprintf(stderr, "effectbench: could not write %s\n", qPrintable(g_picturePath));
+        return 1;
+    }
+
+    if (console) {
+        const auto colour = isatty(STDOUT_FILENO) ? RatioReporter::OO_Color : RatioReporter::OO_None;
+        RatioReporter reporter(RatioReporter::OutputOptions(RatioReporter::OO_Tabular | colour));
+        benchmark::RunSpecifiedBenchmarks(&reporter);
+    } else {
+        benchmark::RunSpecifiedBenchmarks();
+    }
+    benchmark::Shutdown();
+    return 0;
+}

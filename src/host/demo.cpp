@@ -1,0 +1,261 @@
+#include "demo.h"
+
+#include "gifwriter.h"
+
+#include <QDir>
+#include <QFont>
+#include <QImage>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+#include <QtMath>
+
+#include <cmath>
+
+namespace {
+
+// Screen and grid of the demo: a title strip above two rows of three tiles.
+constexpr int kScreenWidth = 1280;
+constexpr int kScreenHeight = 720;
+constexpr int kTitleHeight = 72;
+constexpr int kGap = 8;
+constexpr int kColumns = 3;
+constexpr int kRows = 2;
+constexpr int kTileWidth = (kScreenWidth - (kColumns + 1) * kGap) / kColumns;
+constexpr int kTileHeight = (kScreenHeight - kTitleHeight - (kRows + 1) * kGap) / kRows;
+constexpr int kPictureTiles = 5; // the sixth tile holds the animation
+
+constexpr int kMinPicturesPerTile = 3;
+constexpr int kFirstDurationMs = 2000;
+constexpr int kDurationStepMs = 250; // staggers the tiles so that they do not all turn at once
+constexpr int kEffectTimeMs = 1000;
+
+constexpr int kAnimatedMediaType = 3;
+constexpr int kAnimationFrames = 12;
+constexpr int kAnimationDelayMs = 80;
+
+constexpr int kTitleId = 1;
+constexpr int kAnimationId = 900;
+constexpr int kTileIdBase = 100;
+
+const QColor kScreenBackground { 0x12, 0x14, 0x1a };
+const QString kPicture = QStringLiteral("picture");
+
+QRect tileRect(int slot)
+{
+    const int column = slot % kColumns;
+    const int row = slot / kColumns;
+    return QRect(
+        kGap + column * (kTileWidth + kGap), kTitleHeight + kGap + row * (kTileHeight + kGap), kTileWidth, kTileHeight);
+}
+
+QFont pixelFont(int pixelSize, bool bold)
+{
+    QFont font;
+    font.setPixelSize(pixelSize);
+    font.setBold(bold);
+    return font;
+}
+
+QImage drawTitle(const QSize& size)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient gradient(0, 0, size.width(), 0);
+    gradient.setColorAt(0, QColor(0x1b, 0x2a, 0x49));
+    gradient.setColorAt(1, QColor(0x3a, 0x16, 0x4a));
+    painter.fillRect(image.rect(), gradient);
+    painter.setPen(Qt::white);
+    painter.setFont(pixelFont(32, true));
+    painter.drawText(
+        image.rect().adjusted(24, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("mediahost demo"));
+    painter.setPen(QColor(0xd0, 0xd8, 0xe8));
+    painter.setFont(pixelFont(17, false));
+    painter.drawText(image.rect().adjusted(0, 0, -24, 0), Qt::AlignRight | Qt::AlignVCenter,
+        QStringLiteral("each tile loops over its pictures \u00b7 captions name the transition that brought them in"));
+    return image;
+}
+
+// A gradient in the tile's hue, a few rings, a big number and a caption bar, so that every
+// picture differs from the one before it and a transition shows clearly.
+QImage drawSlide(const QSize& size, int tile, int picture, const DemoEffect& effect)
+{
+    const int hue = (tile * 67 + picture * 97) % 360;
+    QImage image(size, QImage::Format_ARGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+
+    QLinearGradient gradient(0, 0, size.width(), size.height());
+    gradient.setColorAt(0, QColor::fromHsv(hue, 170, 240));
+    gradient.setColorAt(1, QColor::fromHsv((hue + 50) % 360, 220, 120));
+    painter.fillRect(image.rect(), gradient);
+
+    painter.setPen(QPen(QColor(255, 255, 255, 70), 10));
+    painter.setBrush(Qt::NoBrush);
+    for (int ring = 0; ring < 3; ++ring) {
+        const int radius = 40 + ring * 45 + picture * 12;
+        const QPoint centre(size.width() * (picture % 2 ? 3 : 1) / 4, size.height() / 3 + ring * 10);
+        painter.drawEllipse(centre, radius, radius);
+    }
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(255, 255, 255, 45));
+    painter.drawRect(QRect(0, 0, size.width(), size.height())
+                         .adjusted(size.width() / 2, 0, 0, 0)
+                         .translated(0, (picture % 3) * size.height() / 6 - size.height() / 2));
+
+    painter.setPen(QColor(255, 255, 255, 235));
+    painter.setFont(pixelFont(size.height() * 45 / 100, true));
+    const QRect numberArea(0, 0, size.width(), size.height() * 78 / 100);
+    painter.drawText(numberArea, Qt::AlignCenter, QString::number(picture + 1));
+
+    const QRect bar(0, size.height() * 78 / 100, size.width(), size.height() - size.height() * 78 / 100);
+    painter.fillRect(bar, QColor(0, 0, 0, 150));
+    painter.setPen(Qt::white);
+    painter.setFont(pixelFont(bar.height() * 40 / 100, true));
+    painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignLeft | Qt::AlignVCenter, QString::fromLatin1(effect.name));
+    painter.setFont(pixelFont(bar.height() * 30 / 100, false));
+    painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignRight | Qt::AlignVCenter,
+        QStringLiteral("code %1 (0x%2)").arg(effect.code).arg(effect.code, 2, 16, QLatin1Char('0')));
+    return image;
+}
+
+// A square that turns a quarter round and a dot that circles it once over the frames.
+QList<QImage> drawAnimation(const QSize& size)
+{
+    QList<QImage> frames;
+    const QPointF centre(size.width() / 2.0, size.height() * 0.45);
+    const double side = size.height() * 0.32;
+    const double orbit = size.height() * 0.30;
+    for (int frame = 0; frame < kAnimationFrames; ++frame) {
+        const double turn = double(frame) / kAnimationFrames;
+        QImage image(size, QImage::Format_ARGB32);
+        image.fill(QColor(0x20, 0x24, 0x30));
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+
+        painter.save();
+        painter.translate(centre);
+        painter.rotate(90.0 * turn);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor::fromHsv(int(360 * turn), 200, 250));
+        painter.drawRoundedRect(QRectF(-side / 2, -side / 2, side, side), 12, 12);
+        painter.restore();
+
+        const double angle = 2 * M_PI * turn;
+        const QPointF dot = centre + QPointF(orbit * std::cos(angle), orbit * std::sin(angle));
+        painter.setBrush(QColor(0xff, 0xd0, 0x30));
+        painter.drawEllipse(dot, size.height() * 0.05, size.height() * 0.05);
+
+        painter.setPen(Qt::white);
+        painter.setFont(pixelFont(size.height() / 14, true));
+        painter.drawText(QRect(0, size.height() * 84 / 100, size.width(), size.height() * 16 / 100), Qt::AlignCenter,
+            QStringLiteral("animated picture (mediaType 3)"));
+        frames << image;
+    }
+    return frames;
+}
+
+bool savePicture(const QImage& image, const QString& path, QString* error)
+{
+    if (image.save(path, "PNG"))
+        return true;
+    if (error)
+        *error = QStringLiteral("cannot write the demo picture %1").arg(path);
+    return false;
+}
+
+PlaylistItem pictureItem(int id, const QString& path, int durationMs, int effectCode, int effectTimeMs, int number)
+{
+    PlaylistItem item;
+    item.kind = kPicture;
+    item.number = number;
+    item.widget.id = id;
+    item.widget.duration = durationMs;
+    item.widget.effectCode = effectCode;
+    item.widget.effectTime = effectTimeMs;
+    item.widget.path = path.toStdString();
+    return item;
+}
+
+} // namespace
+
+const QVector<DemoEffect>& demoEffects()
+{
+    static const QVector<DemoEffect> effects {
+        { 0, "noEffect" },
+        { 16, "extendLeft" },
+        { 17, "entendTop" },
+        { 18, "entendRight" },
+        { 19, "extendBottom" },
+        { 20, "extendCenter" },
+        { 21, "extendLevel" },
+        { 22, "extendVertical" },
+        { 32, "moveLeft" },
+        { 33, "moveTop" },
+        { 34, "moveRight" },
+        { 35, "moveBottom" },
+        { 48, "indentLeft" },
+        { 49, "indentTop" },
+        { 50, "indentRight" },
+        { 51, "indentBottom" },
+        { 52, "indentToCenter" },
+        { 53, "indentBothSides" },
+    };
+    return effects;
+}
+
+bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* error)
+{
+    const QDir dir(pictureDir);
+    playlist = Playlist {};
+    playlist.name = QStringLiteral("mediahost demo");
+    playlist.screenSize = QSize(kScreenWidth, kScreenHeight);
+    playlist.background = kScreenBackground;
+
+    PlaylistRegion title;
+    title.name = QStringLiteral("title");
+    title.geometry = QRect(0, 0, kScreenWidth, kTitleHeight);
+    const QString titlePath = dir.filePath(QStringLiteral("title.png"));
+    if (!savePicture(drawTitle(title.geometry.size()), titlePath, error))
+        return false;
+    title.items << pictureItem(kTitleId, titlePath, playlistdefaults::kItemDurationMs, 0, 0, 1);
+    playlist.regions << title;
+
+    // The tiles take the effects in turn, column by column through the pictures, so that the
+    // tiles show different transitions at any moment and every listed code comes up.
+    const QVector<DemoEffect>& effects = demoEffects();
+    const int picturesPerTile
+        = std::max(kMinPicturesPerTile, int((effects.size() + kPictureTiles - 1) / kPictureTiles));
+    for (int tile = 0; tile < kPictureTiles; ++tile) {
+        PlaylistRegion region;
+        region.name = QStringLiteral("tile-%1").arg(tile + 1);
+        region.geometry = tileRect(tile);
+        const int durationMs = kFirstDurationMs + tile * kDurationStepMs;
+        for (int picture = 0; picture < picturesPerTile; ++picture) {
+            const DemoEffect& effect = effects.at((picture * kPictureTiles + tile) % effects.size());
+            const QString path = dir.filePath(QStringLiteral("tile-%1-%2.png").arg(tile + 1).arg(picture + 1));
+            if (!savePicture(drawSlide(region.geometry.size(), tile, picture, effect), path, error))
+                return false;
+            region.items << pictureItem(
+                kTileIdBase * (tile + 1) + picture, path, durationMs, effect.code, kEffectTimeMs, picture + 1);
+        }
+        playlist.regions << region;
+    }
+
+    PlaylistRegion animation;
+    animation.name = QStringLiteral("animation");
+    animation.geometry = tileRect(kPictureTiles);
+    const QString gifPath = dir.filePath(QStringLiteral("animation.gif"));
+    if (!writeAnimatedGif(gifPath, drawAnimation(animation.geometry.size()), kAnimationDelayMs)) {
+        if (error)
+            *error = QStringLiteral("cannot write the demo animation %1").arg(gifPath);
+        return false;
+    }
+    PlaylistItem animated = pictureItem(kAnimationId, gifPath, playlistdefaults::kItemDurationMs, 0, 0, 1);
+    animated.widget.mediaType = kAnimatedMediaType;
+    animation.items << animated;
+    playlist.regions << animation;
+    return true;
+}

@@ -1,0 +1,23 @@
+#include "playerfactory.h"
+
+#include <effectInfo.h>
+
+PlayerFactory PlayerFactory::withBuiltinPlayers()
+{
+    PlayerFactory factory;
+    factory.registerKind<EffectInfo>(QStringLiteral("picture"));
+    return factory;
+}
+
+void PlayerFactory::registerKind(const QString& kind, Creator creator)
+{
+    m_creators.insert(kind, std::move(creator));
+}
+
+PlayerFactory::Player PlayerFactory::create(const QString& kind, QWidget* parent) const
+{
+    const auto it = m_creators.constFind(kind);
+    if (it == m_creators.constEnd() || !*it)
+        return {};
+    return (*it)(parent);
+}

@@ -1,0 +1,855 @@
+// The reference host: playlist reading, the calling order it keeps with its players, how it
+// survives bad items, and the program itself with its demo and contact sheet.
+#include "logcapture.h"
+#include "testpictures.h"
+
+#include <capture.h>
+#include <hostscreen.h>
+#include <playerfactory.h>
+#include <playlist.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+constexpr int kProcessTimeoutMs = 120000;
+// Waits are bounded by many item durations, so only a broken loop runs into them.
+constexpr int kFakeDurationMs = 150;
+constexpr int kFakeEffectTimeMs = 50;
+constexpr int kLoopWaitMs = 40 * kFakeDurationMs;
+
+const QStringList kFullLifecycle { QStringLiteral("iInit"), QStringLiteral("iPlay"), QStringLiteral("show"),
+    QStringLiteral("hide"), QStringLiteral("iStop"), QStringLiteral("iDestory"), QStringLiteral("delete") };
+
+// What one fake player went through, kept after the player is gone.
+struct FakeRecord {
+    int itemId = -1;
+    QStringList calls;
+    QRect parentGeometry;
+    QWidget* parentParent = nullptr;
+};
+
+// Every call of every fake player, in the order they happened.
+struct FakeJournal {
+    std::vector<std::shared_ptr<FakeRecord>> players;
+    QList<QPair<int, QString>> calls; // index into players, call
+
+    void note(int player, const QString& call)
+    {
+        players[player]->calls << call;
+        calls << qMakePair(player, call);
+    }
+    int position(int player, const QString& call) const { return calls.indexOf(qMakePair(player, call)); }
+    QList<int> playersOf(int itemId) const
+    {
+        QList<int> found;
+        for (int i = 0; i < int(players.size()); ++i) {
+            if (players[i]->itemId == itemId)
+                found << i;
+        }
+        return found;
+    }
+};
+
+// A player that only records how the host drives it; it reports MediaReady the way
+// EffectInfo does, once the event loop has turned after iInit.
+class FakePlayer : public QWidget, public IMediaPlay {
+public:
+    FakePlayer(QWidget* parent, FakeJournal* journal, bool throwInInit)
+        : QWidget(parent)
+        , m_journal(journal)
+        , m_throwInInit(throwInInit)
+    {
+        m_index = int(journal->players.size());
+        auto record = std::make_shared<FakeRecord>();
+        record->parentGeometry = parent->geometry();
+        record->parentParent = parent->parentWidget();
+        journal->players.push_back(record);
+    }
+    ~FakePlayer() override { m_journal->note(m_index, QStringLiteral("delete")); }
+
+    int iInit(const ns::Widget& widget, std::function<void(EnumMediaStatus)> callback) override
+    {
+        m_journal->players[m_index]->itemId = widget.id;
+        m_journal->note(m_index, QStringLiteral("iInit"));
+        if (m_throwInInit)
+            throw std::runtime_error("jsonText is not JSON");
+        m_callback = std::move(callback);
+        QTimer::singleShot(0, this, [this] { m_callback(MediaReady); });
+        return 0;
+    }
+    int iPlay() override
+    {
+        m_journal->note(m_index, QStringLiteral("iPlay"));
+        return 0;
+    }
+    void iPause() override { m_journal->note(m_index, QStringLiteral("iPause")); }
+    void iStop() override { m_journal->note(m_index, QStringLiteral("iStop")); }
+    int iResume() override
+    {
+        m_journal->note(m_index, QStringLiteral("iResume"));
+        return 0;
+    }
+    void iDestory() override { m_journal->note(m_index, QStringLiteral("iDestory")); }
+    void setVisible(bool visible) override
+    {
+        m_journal->note(m_index, visible ? QStringLiteral("show") : QStringLiteral("hide"));
+        QWidget::setVisible(visible);
+    }
+
+private:
+    FakeJournal* m_journal;
+    bool m_throwInInit;
+    int m_index = -1;
+    std::function<void(EnumMediaStatus)> m_callback;
+};
+
+PlayerFactory fakeFactory(FakeJournal* journal)
+{
+    PlayerFactory factory;
+    factory.registerKind(QStringLiteral("fake"), [journal](QWidget* parent) {
+        auto* player = new FakePlayer(parent, journal, false);
+        return PlayerFactory::Player { player, player };
+    });
+    factory.registerKind(QStringLiteral("fake-throwing"), [journal](QWidget* parent) {
+        auto* player = new FakePlayer(parent, journal, true);
+        return PlayerFactory::Player { player, player };
+    });
+    return factory;
+}
+
+PlaylistItem fakeItem(int id, const QString& kind = QStringLiteral("fake"))
+{
+    PlaylistItem item;
+    item.kind = kind;
+    item.number = id;
+    item.widget.id = id;
+    item.widget.duration = kFakeDurationMs;
+    item.widget.effectCode = 16;
+    item.widget.effectTime = kFakeEffectTimeMs;
+    return item;
+}
+
+PlaylistRegion region(const QString& name, const QRect& geometry, const QList<PlaylistItem>& items)
+{
+    PlaylistRegion region;
+    region.name = name;
+    region.geometry = geometry;
+    region.items = items;
+    return region;
+}
+
+Playlist screenOf(const QList<PlaylistRegion>& regions)
+{
+    Playlist playlist;
+    playlist.screenSize = QSize(400, 300);
+    playlist.background = Qt::black;
+    playlist.regions = regions;
+    return playlist;
+}
+
+// A playlist holding the region under test and one good region, so that the playlist as a
+// whole stays playable when the region under test is left out.
+QByteArray withRegion(const QByteArray& regionBody)
+{
+    return "{\"regions\": [" + regionBody
+        + ", {\"name\": \"other\", \"width\": 10, \"height\": 10, \"item\": {\"widget\": {\"id\": 99}}}]}";
+}
+
+const PlaylistRegion* findRegion(const Playlist& playlist, const QString& name)
+{
+    for (const PlaylistRegion& region : playlist.regions) {
+        if (region.name == name)
+            return &region;
+    }
+    return nullptr;
+}
+
+bool anyContains(const QStringList& messages, const QString& needle)
+{
+    for (const QString& message : messages) {
+        if (message.contains(needle))
+            return true;
+    }
+    return false;
+}
+
+struct RunResult {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+} // namespace
+
+class TestMediaHost : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void parsePaths_data();
+    void parsePaths();
+    void parseItems_data();
+    void parseItems();
+    void parseDefaults();
+    void parseRejects_data();
+    void parseRejects();
+    void parseWarnings_data();
+    void parseWarnings();
+    void loadPlaylistFailures_data();
+    void loadPlaylistFailures();
+    void shippedPlaylistsParse_data();
+    void shippedPlaylistsParse();
+
+    void pickEvenly_data();
+    void pickEvenly();
+
+    void callingOrder();
+    void badItemsAreLeftOut_data();
+    void badItemsAreLeftOut();
+    void laterRegionsStayInFront();
+
+    void demoWritesContactSheet();
+    void programSurvivesBadRegions_data();
+    void programSurvivesBadRegions();
+    void unreadablePlaylistFails_data();
+    void unreadablePlaylistFails();
+    void badCommandLine_data();
+    void badCommandLine();
+    void helpNamesEveryOption();
+
+private:
+    RunResult run(const QStringList& arguments);
+    QString writePlaylist(const QByteArray& text);
+
+    QString m_program;
+    QString m_sourceDir;
+    QTemporaryDir m_dir;
+};
+
+void TestMediaHost::initTestCase()
+{
+    m_program = qEnvironmentVariable("MEDIAHOST");
+    m_sourceDir = qEnvironmentVariable("EFFECTDISPLAY_SOURCE_DIR");
+    QVERIFY2(QFileInfo(m_program).isExecutable(), "MEDIAHOST must name the built mediahost");
+    QVERIFY2(QFileInfo(m_sourceDir).isDir(), "EFFECTDISPLAY_SOURCE_DIR must name the source tree");
+    QVERIFY(m_dir.isValid());
+}
+
+RunResult TestMediaHost::run(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(m_program, arguments + QStringList { QStringLiteral("--cache-dir"), m_dir.filePath("cache") });
+    RunResult result;
+    if (!process.waitForFinished(kProcessTimeoutMs)) {
+        process.kill();
+        process.waitForFinished();
+        result.err = QStringLiteral("mediahost did not finish");
+        return result;
+    }
+    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    result.out = QString::fromUtf8(process.readAllStandardOutput());
+    result.err = QString::fromUtf8(process.readAllStandardError());
+    return result;
+}
+
+QString TestMediaHost::writePlaylist(const QByteArray& text)
+{
+    static int counter = 0;
+    const QString path = m_dir.filePath(QStringLiteral("playlist-%1.json").arg(++counter));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+        return QString();
+    return path;
+}
+
+void TestMediaHost::parsePaths_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("file name") << "pic.png"
+                               << "/base/dir/pic.png";
+    QTest::newRow("parent directory") << "../images/a.png"
+                                      << "/base/images/a.png";
+    QTest::newRow("dot segments") << "sub/./x.png"
+                                  << "/base/dir/sub/x.png";
+    QTest::newRow("absolute") << "/srv/media/a.png"
+                              << "/srv/media/a.png";
+    QTest::newRow("feed address") << "https://example.org/feed.xml"
+                                  << "https://example.org/feed.xml";
+    QTest::newRow("empty") << ""
+                           << "";
+}
+
+void TestMediaHost::parsePaths()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, expected);
+    const QByteArray json = "{\"regions\": [{\"name\": \"r\", \"width\": 10, \"height\": 10, \"item\": "
+                            "{\"kind\": \"rss\", \"widget\": {\"path\": \""
+        + path.toUtf8() + "\"}}}]}";
+    const PlaylistLoad load = parsePlaylist(json, QStringLiteral("/base/dir"));
+    QVERIFY2(load.ok, qPrintable(load.errors.join('\n')));
+    QCOMPARE(QString::fromStdString(load.playlist.regions.at(0).items.at(0).widget.path), expected);
+}
+
+void TestMediaHost::parseItems_data()
+{
+    QTest::addColumn<QByteArray>("items");
+    QTest::addColumn<QList<int>>("ids"); // empty: the region is left out
+    QTest::addColumn<QString>("error"); // empty: no error
+
+    QTest::newRow("single item") << QByteArray("\"item\": {\"widget\": {\"id\": 5}}") << QList<int> { 5 } << "";
+    QTest::newRow("list in order") << QByteArray("\"items\": [{\"widget\": {\"id\": 3, \"duration\": 1}}, "
+                                                 "{\"widget\": {\"id\": 1, \"duration\": 1}}, "
+                                                 "{\"widget\": {\"id\": 2, \"duration\": 1}}]")
+                                   << QList<int> { 3, 1, 2 } << "";
+    QTest::newRow("list of one may stay forever")
+        << QByteArray("\"items\": [{\"widget\": {\"id\": 4, \"duration\": 0}}]") << QList<int> { 4 } << "";
+    QTest::newRow("bad entry left out") << QByteArray(
+        "\"items\": [{\"widget\": {\"id\": 1}}, 7, {\"widget\": {\"id\": 3}}]")
+                                        << QList<int> { 1, 3 } << "region 'r' item 2: an item must be a JSON object";
+    QTest::newRow("wrong type in widget")
+        << QByteArray("\"items\": [{\"widget\": {\"id\": 1, \"duration\": \"soon\"}}, {\"widget\": {\"id\": 2}}]")
+        << QList<int> { 2 } << "region 'r' item 1: widget:";
+    QTest::newRow("zero duration in a loop")
+        << QByteArray("\"items\": [{\"widget\": {\"id\": 1, \"duration\": 0}}, {\"widget\": {\"id\": 2}}]")
+        << QList<int> { 2 } << "region 'r' item 1: widget: duration 0 ms";
+    QTest::newRow("negative duration") << QByteArray("\"item\": {\"widget\": {\"id\": 1, \"duration\": -5}}")
+                                       << QList<int> {} << "region 'r' item 1: widget: duration -5 ms";
+    QTest::newRow("no widget") << QByteArray("\"item\": {\"kind\": \"picture\"}") << QList<int> {}
+                               << "region 'r' item 1: needs a \"widget\" object";
+    QTest::newRow("kind not a string") << QByteArray("\"item\": {\"kind\": 3, \"widget\": {}}") << QList<int> {}
+                                       << "region 'r' item 1: \"kind\" must be";
+    QTest::newRow("both forms") << QByteArray("\"item\": {\"widget\": {}}, \"items\": [{\"widget\": {}}]")
+                                << QList<int> {} << "region 'r': has both \"item\" and \"items\"";
+    QTest::newRow("neither form") << QByteArray("\"duration\": 5") << QList<int> {}
+                                  << "region 'r': needs an \"item\" object or a non-empty \"items\" list";
+    QTest::newRow("empty list") << QByteArray("\"items\": []") << QList<int> {}
+                                << "region 'r': needs an \"item\" object or a non-empty \"items\" list";
+    QTest::newRow("every entry bad") << QByteArray("\"items\": [1, 2]") << QList<int> {}
+                                     << "region 'r': no item can be played";
+}
+
+void TestMediaHost::parseItems()
+{
+    QFETCH(QByteArray, items);
+    QFETCH(QList<int>, ids);
+    QFETCH(QString, error);
+    const PlaylistLoad load
+        = parsePlaylist(withRegion("{\"name\": \"r\", \"width\": 10, \"height\": 10, " + items + "}"), "/base");
+    QVERIFY(load.ok);
+    const PlaylistRegion* region = findRegion(load.playlist, QStringLiteral("r"));
+    QList<int> readIds;
+    QList<int> numbers;
+    if (region) {
+        for (const PlaylistItem& item : region->items) {
+            readIds << item.widget.id;
+            numbers << item.number;
+        }
+    }
+    QCOMPARE(readIds, ids);
+    if (error.isEmpty())
+        QVERIFY2(load.errors.isEmpty(), qPrintable(load.errors.join('\n')));
+    else
+        QVERIFY2(anyContains(load.errors, error), qPrintable(load.errors.join('\n')));
+    // Numbers count the entries as written, so a log line points at the right one.
+    if (QTest::currentDataTag() == QByteArray("bad entry left out"))
+        QCOMPARE(numbers, (QList<int> { 1, 3 }));
+}
+
+void TestMediaHost::parseDefaults()
+{
+    const QByteArray json = "{\"regions\": ["
+                            "{\"width\": 100, \"height\": 50, \"item\": {\"widget\": {\"path\": \"a.png\"}}},"
+                            "{\"name\": \"b\", \"width\": 10, \"height\": 10, \"items\": ["
+                            "{\"widget\": {\"id\": 7}}, {\"widget\": {}}]}]}";
+    const PlaylistLoad load = parsePlaylist(json, QStringLiteral("/base"));
+    QVERIFY2(load.ok, qPrintable(load.errors.join('\n')));
+    const Playlist& playlist = load.playlist;
+    QCOMPARE(playlist.screenSize, QSize(playlistdefaults::kScreenWidth, playlistdefaults::kScreenHeight));
+    QCOMPARE(playlist.background, QColor(Qt::black));
+    QCOMPARE(playlist.regions.size(), 2);
+
+    const PlaylistRegion& first = playlist.regions.at(0);
+    QCOMPARE(first.name, QStringLiteral("region 1"));
+    QCOMPARE(first.geometry, QRect(0, 0, 100, 50));
+    const PlaylistItem& item = first.items.at(0);
+    QCOMPARE(item.kind, QStringLiteral("picture"));
+    QCOMPARE(item.number, 1);
+    QCOMPARE(item.widget.duration, playlistdefaults::kItemDurationMs);
+    QCOMPARE(item.widget.mediaType, 0);
+    QCOMPARE(item.widget.effectCode, 0);
+    QCOMPARE(item.widget.effectTime, 1000);
+    QVERIFY(!item.widget.fold.enabled);
+
+    // Items without an id get fresh ones above every id written: none is shared.
+    QSet<int> ids;
+    for (const PlaylistRegion& region : playlist.regions) {
+        for (const PlaylistItem& each : region.items)
+            ids << each.widget.id;
+    }
+    QCOMPARE(ids.size(), 3);
+    QVERIFY(ids.contains(7));
+    QCOMPARE(playlist.regions.at(1).items.at(1).widget.id, 9);
+}
+
+void TestMediaHost::parseRejects_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<bool>("ok");
+    QTest::addColumn<QString>("error");
+
+    const auto geometry = [](const QByteArray& keys) {
+        return withRegion("{\"name\": \"r\", " + keys + ", \"item\": {\"widget\": {}}}");
+    };
+    QTest::newRow("zero width") << geometry("\"width\": 0, \"height\": 10") << true
+                                << "region 'r': \"width\" is 0, outside 1..16384; region left out";
+    QTest::newRow("negative height") << geometry("\"width\": 10, \"height\": -4") << true
+                                     << "region 'r': \"height\" is -4, outside 1..16384";
+    QTest::newRow("absurd width") << geometry("\"width\": 100000, \"height\": 10") << true
+                                  << "region 'r': \"width\" is 100000";
+    QTest::newRow("width as text") << geometry("\"width\": \"100\", \"height\": 10") << true
+                                   << "region 'r': \"width\" must be a whole number";
+    QTest::newRow("fractional x") << geometry("\"x\": 1.5, \"width\": 10, \"height\": 10") << true
+                                  << "region 'r': \"x\" must be a whole number";
+    QTest::newRow("missing height") << geometry("\"width\": 10") << true << "region 'r': \"height\" is missing";
+    QTest::newRow("outside the screen") << geometry("\"x\": 2000, \"width\": 10, \"height\": 10") << true
+                                        << "region 'r': geometry (2000, 0, 10x10) lies outside the 1280x720 screen";
+    QTest::newRow("region not an object") << withRegion("[1, 2]") << true << "region 1 is not a JSON object";
+
+    QTest::newRow("not JSON") << QByteArray("{\"regions\": [") << false << "not valid JSON";
+    QTest::newRow("top level array") << QByteArray("[]") << false << "must be a JSON object, not array";
+    QTest::newRow("no regions") << QByteArray("{\"screen\": {}}") << false << "needs a \"regions\" list";
+    QTest::newRow("bad screen") << QByteArray("{\"screen\": {\"width\": 0}, \"regions\": []}") << false
+                                << "screen: \"width\" is 0";
+    QTest::newRow("nothing playable") << QByteArray(
+        "{\"regions\": [{\"name\": \"r\", \"width\": 0, \"height\": 1, \"item\": {\"widget\": {}}}]}")
+                                      << false << "no region that can be played";
+}
+
+void TestMediaHost::parseRejects()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(bool, ok);
+    QFETCH(QString, error);
+    const PlaylistLoad load = parsePlaylist(json, QStringLiteral("/base"));
+    QCOMPARE(load.ok, ok);
+    QVERIFY2(anyContains(load.errors, error), qPrintable(load.errors.join('\n')));
+    if (ok) {
+        QVERIFY(!findRegion(load.playlist, QStringLiteral("r")));
+        QVERIFY(findRegion(load.playlist, QStringLiteral("other")));
+    }
+}
+
+void TestMediaHost::parseWarnings_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("warning");
+    QTest::addColumn<QString>("keptRegion");
+
+    QTest::newRow("region cut by the screen edge")
+        << withRegion("{\"name\": \"r\", \"x\": 1200, \"width\": 200, \"height\": 10, \"item\": {\"widget\": {}}}")
+        << "region 'r': geometry (1200, 0, 200x10) reaches beyond the 1280x720 screen"
+        << "r";
+    QTest::newRow("missing picture file") << withRegion(
+        "{\"name\": \"r\", \"width\": 10, \"height\": 10, \"item\": {\"widget\": {\"path\": "
+        "\"nowhere.png\"}}}") << "region 'r' item 1: picture file /base/nowhere.png does not exist"
+                                          << "r";
+    QTest::newRow("background not a colour") << QByteArray(
+        "{\"screen\": {\"background\": \"plaid\"}, \"regions\": [{\"width\": 1, \"height\": 1, "
+        "\"item\": {\"widget\": {}}}]}") << "screen: background \"plaid\" is not a colour"
+                                             << "region 1";
+}
+
+void TestMediaHost::parseWarnings()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QString, warning);
+    QFETCH(QString, keptRegion);
+    const PlaylistLoad load = parsePlaylist(json, QStringLiteral("/base"));
+    QVERIFY2(load.ok, qPrintable(load.errors.join('\n')));
+    QVERIFY2(load.errors.isEmpty(), qPrintable(load.errors.join('\n')));
+    QVERIFY2(anyContains(load.warnings, warning), qPrintable(load.warnings.join('\n')));
+    QVERIFY2(findRegion(load.playlist, keptRegion), "a warning leaves the region in");
+}
+
+void TestMediaHost::loadPlaylistFailures_data()
+{
+    QTest::addColumn<QByteArray>("content"); // null: no file at all
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("not JSON") << QByteArray("regions: none") << "not valid JSON";
+    QTest::newRow("empty file") << QByteArray("") << "not valid JSON";
+    QTest::newRow("missing file") << QByteArray() << "cannot read playlist";
+}
+
+void TestMediaHost::loadPlaylistFailures()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, error);
+    const QString path = content.isNull() ? m_dir.filePath(QStringLiteral("absent.json")) : writePlaylist(content);
+    QVERIFY(!path.isEmpty());
+    const PlaylistLoad load = loadPlaylist(path);
+    QVERIFY(!load.ok);
+    QCOMPARE(load.errors.size(), 1);
+    QVERIFY2(load.errors.first().contains(error), qPrintable(load.errors.first()));
+    QVERIFY2(load.errors.first().contains(path), "the message names the file");
+}
+
+void TestMediaHost::shippedPlaylistsParse_data()
+{
+    QTest::addColumn<QString>("source");
+
+    QTest::newRow("examples/playlist-pictures.json") << "examples/playlist-pictures.json";
+    QTest::newRow("example in docs/mediahost.md") << "docs/mediahost.md";
+}
+
+void TestMediaHost::shippedPlaylistsParse()
+{
+    QFETCH(QString, source);
+    QFile file(QDir(m_sourceDir).filePath(source));
+    QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.fileName()));
+    QByteArray json = file.readAll();
+    if (source.endsWith(QLatin1String(".md"))) {
+        // The first JSON block of the guide is its complete example.
+        const QRegularExpression block(
+            QStringLiteral("```json\\n(.*?)```"), QRegularExpression::DotMatchesEverythingOption);
+        const QRegularExpressionMatch match = block.match(QString::fromUtf8(json));
+        QVERIFY2(match.hasMatch(), "the guide has a ```json example");
+        json = match.captured(1).toUtf8();
+    }
+    const QString examples = QDir(m_sourceDir).filePath(QStringLiteral("examples"));
+    const PlaylistLoad load = parsePlaylist(json, examples);
+    QVERIFY2(load.ok, qPrintable(load.errors.join('\n')));
+    QVERIFY2(load.errors.isEmpty(), qPrintable(load.errors.join('\n')));
+    QVERIFY(load.playlist.regions.size() >= 2);
+    bool loops = false;
+    for (const PlaylistRegion& region : load.playlist.regions) {
+        loops = loops || region.items.size() > 1;
+        for (const PlaylistItem& item : region.items) {
+            const QString path = QString::fromStdString(item.widget.path);
+            QVERIFY2(
+                path.isEmpty() || QDir::isAbsolutePath(path) || path.contains(QLatin1String("://")), qPrintable(path));
+        }
+    }
+    QVERIFY2(loops, "the example shows a region that loops");
+}
+
+void TestMediaHost::pickEvenly_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("maximum");
+    QTest::addColumn<QList<int>>("expected");
+
+    QTest::newRow("none") << 0 << 12 << QList<int> {};
+    QTest::newRow("fewer than cells") << 5 << 12 << QList<int> { 0, 1, 2, 3, 4 };
+    QTest::newRow("exactly full") << 3 << 3 << QList<int> { 0, 1, 2 };
+    QTest::newRow("every second") << 23 << 12 << QList<int> { 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22 };
+    QTest::newRow("first and last") << 30 << 4 << QList<int> { 0, 10, 19, 29 };
+    QTest::newRow("one cell") << 9 << 1 << QList<int> { 0 };
+}
+
+void TestMediaHost::pickEvenly()
+{
+    QFETCH(int, count);
+    QFETCH(int, maximum);
+    QFETCH(QList<int>, expected);
+    QCOMPARE(::pickEvenly(count, maximum), expected);
+}
+
+void TestMediaHost::callingOrder()
+{
+    LogCapture log;
+    FakeJournal journal;
+    const QRect loopRect(10, 20, 200, 100);
+    const QRect stillRect(220, 20, 100, 100);
+    auto screen = std::make_unique<HostScreen>(
+        screenOf({ region(QStringLiteral("loop"), loopRect, { fakeItem(1), fakeItem(2) }),
+            region(QStringLiteral("still"), stillRect, { fakeItem(3) }) }),
+        fakeFactory(&journal));
+    screen->show();
+    screen->start();
+
+    // Wait until item 1 has come round again and been shown, and that one reported ready.
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            const QList<int> ones = journal.playersOf(1);
+            return ones.size() >= 2 && journal.players[ones.at(1)]->calls.contains(QStringLiteral("show"));
+        },
+        kLoopWaitMs));
+    QTRY_VERIFY_WITH_TIMEOUT(log.count(QStringLiteral("region 'loop' item 1: status 1")) >= 2, kLoopWaitMs);
+    screen->stop();
+
+    QVERIFY(!journal.players.empty());
+    for (const auto& record : journal.players)
+        QVERIFY2(record->calls == kFullLifecycle, qPrintable(record->calls.join(' ')));
+
+    // The loop plays its items in order, each in its own parent at the region's place.
+    QList<int> loopOrder;
+    QList<int> loopPlayers;
+    for (int i = 0; i < int(journal.players.size()); ++i) {
+        const FakeRecord& record = *journal.players[i];
+        QCOMPARE(record.parentParent, screen.get());
+        if (record.itemId == 3) {
+            QCOMPARE(record.parentGeometry, stillRect);
+            continue;
+        }
+        QCOMPARE(record.parentGeometry, loopRect);
+        loopOrder << record.itemId;
+        loopPlayers << i;
+    }
+    QCOMPARE(loopOrder.mid(0, 3), (QList<int> { 1, 2, 1 }));
+    for (int k = 1; k < loopOrder.size(); ++k)
+        QVERIFY(loopOrder.at(k) != loopOrder.at(k - 1));
+
+    // A new item is shown before the one before it goes, and that one goes before the next
+    // item is made: at most two players of a region at a time.
+    for (int k = 0; k + 1 < loopPlayers.size(); ++k) {
+        const int older = loopPlayers.at(k);
+        const int newer = loopPlayers.at(k + 1);
+        QVERIFY(journal.position(newer, QStringLiteral("show")) < journal.position(older, QStringLiteral("hide")));
+        if (k + 2 < loopPlayers.size()) {
+            QVERIFY(journal.position(older, QStringLiteral("delete"))
+                < journal.position(loopPlayers.at(k + 2), QStringLiteral("iInit")));
+        }
+    }
+
+    // The single item was made once and stayed until the host stopped.
+    const QList<int> still = journal.playersOf(3);
+    QCOMPARE(still.size(), 1);
+    QVERIFY(journal.position(still.first(), QStringLiteral("hide"))
+        > journal.position(loopPlayers.last(), QStringLiteral("show")));
+    QVERIFY(log.contains(QStringLiteral("region 'still' item 3: status 1")));
+    QVERIFY2(log.unexpectedErrors().isEmpty(), qPrintable(log.unexpectedErrors().join('\n')));
+}
+
+void TestMediaHost::badItemsAreLeftOut_data()
+{
+    QTest::addColumn<QString>("badKind");
+    QTest::addColumn<bool>("badFirst");
+    QTest::addColumn<bool>("onlyBad");
+    QTest::addColumn<QString>("error");
+
+    const QString unknown = QStringLiteral("region 'bad' item 2: no player for kind 'hologram' (known kinds: fake");
+    const QString throwing = QStringLiteral("region 'bad' item 2 (fake-throwing): iInit failed: jsonText is not JSON");
+    QTest::newRow("unknown kind after a good item") << "hologram" << false << false << unknown;
+    QTest::newRow("unknown kind before a good item") << "hologram" << true << false << unknown;
+    QTest::newRow("iInit throws after a good item") << "fake-throwing" << false << false << throwing;
+    QTest::newRow("iInit throws before a good item") << "fake-throwing" << true << false << throwing;
+    QTest::newRow("nothing but a throwing item") << "fake-throwing" << false << true << throwing;
+}
+
+void TestMediaHost::badItemsAreLeftOut()
+{
+    QFETCH(QString, badKind);
+    QFETCH(bool, badFirst);
+    QFETCH(bool, onlyBad);
+    QFETCH(QString, error);
+
+    LogCapture log;
+    log.expectError(error);
+    log.expectError(QStringLiteral("region 'bad': no item left that can be played"));
+    FakeJournal journal;
+    const PlaylistItem bad = fakeItem(2, badKind);
+    QList<PlaylistItem> items;
+    if (onlyBad)
+        items << bad;
+    else
+        items = badFirst ? QList<PlaylistItem> { bad, fakeItem(1) } : QList<PlaylistItem> { fakeItem(1), bad };
+    HostScreen screen(screenOf({ region(QStringLiteral("bad"), QRect(0, 0, 100, 100), items),
+                          region(QStringLiteral("good"), QRect(100, 0, 100, 100), { fakeItem(3) }) }),
+        fakeFactory(&journal));
+    screen.show();
+    screen.start();
+    RegionPlayer* badRegion = screen.regions().at(0);
+
+    QTRY_COMPARE_WITH_TIMEOUT(badRegion->playableItemCount(), onlyBad ? 0 : 1, kLoopWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(log.contains(QStringLiteral("region 'good' item 3: status 1")), kLoopWaitMs);
+    QCOMPARE(log.count(error), 1);
+    if (onlyBad)
+        QVERIFY(log.contains(QStringLiteral("region 'bad': no item left that can be played")));
+    QVERIFY2(log.unexpectedErrors().isEmpty(), qPrintable(log.unexpectedErrors().join('\n')));
+
+    // The good item of the region was made once and stays; the bad one got no second try.
+    if (!onlyBad)
+        QCOMPARE(journal.playersOf(1).size(), 1);
+    const QList<int> badPlayers = journal.playersOf(2);
+    if (badKind == QLatin1String("fake-throwing")) {
+        QCOMPARE(badPlayers.size(), 1);
+        QCOMPARE(journal.players[badPlayers.first()]->calls,
+            (QStringList { QStringLiteral("iInit"), QStringLiteral("delete") }));
+    } else {
+        QVERIFY(badPlayers.isEmpty());
+    }
+    screen.stop();
+    for (int i : journal.playersOf(1) + journal.playersOf(3))
+        QCOMPARE(journal.players[i]->calls, kFullLifecycle);
+}
+
+void TestMediaHost::laterRegionsStayInFront()
+{
+    FakeJournal journal;
+    // "back" loops under "front"; each new item of "back" must not come up over "front".
+    HostScreen screen(screenOf({ region(QStringLiteral("back"), QRect(0, 0, 200, 200), { fakeItem(1), fakeItem(2) }),
+                          region(QStringLiteral("front"), QRect(50, 50, 100, 100), { fakeItem(3) }) }),
+        fakeFactory(&journal));
+    screen.show();
+    screen.start();
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            const QList<int> twos = journal.playersOf(2);
+            return !twos.isEmpty() && journal.players[twos.first()]->calls.contains(QStringLiteral("show"));
+        },
+        kLoopWaitMs));
+    // Stacking order of the screen's children is their order in children(): last is on top.
+    const QObjectList children = screen.children();
+    int frontIndex = -1;
+    int backIndex = -1;
+    for (int i = 0; i < children.size(); ++i) {
+        auto* frame = qobject_cast<QWidget*>(children.at(i));
+        if (!frame || frame->isHidden())
+            continue;
+        if (frame->geometry() == QRect(50, 50, 100, 100))
+            frontIndex = i;
+        else if (frame->geometry() == QRect(0, 0, 200, 200))
+            backIndex = i;
+    }
+    QVERIFY(frontIndex >= 0);
+    QVERIFY(backIndex >= 0);
+    QVERIFY2(frontIndex > backIndex, "the later region lies in front");
+    screen.stop();
+}
+
+void TestMediaHost::demoWritesContactSheet()
+{
+    const QString frames = m_dir.filePath(QStringLiteral("demo-frames"));
+    const QString sheetPath = QDir(frames).filePath(QStringLiteral("sheet.png"));
+    const RunResult result
+        = run({ QStringLiteral("--demo"), QStringLiteral("--seconds"), QStringLiteral("2"), QStringLiteral("--capture"),
+            frames, QStringLiteral("--fps"), QStringLiteral("4"), QStringLiteral("--contact-sheet"), sheetPath });
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QVERIFY2(result.err.contains(QStringLiteral("region 'tile-1' item 1: status 1")), qPrintable(result.err));
+
+    const QImage first(QDir(frames).filePath(FrameCapture::frameFileName(1)));
+    QCOMPARE(first.size(), QSize(1280, 720));
+
+    QVERIFY(QFileInfo(sheetPath).size() > 0);
+    const QImage sheet(sheetPath);
+    QVERIFY2(!sheet.isNull(), "the contact sheet loads as a picture");
+    QVERIFY2(sheet.width() >= 640 && sheet.width() <= 2000, qPrintable(QString::number(sheet.width())));
+    QVERIFY2(sheet.height() >= 200 && sheet.height() <= 2000, qPrintable(QString::number(sheet.height())));
+    // Pictures, not an empty grid: the cells hold many colours.
+    QSet<QRgb> colours;
+    for (int y = 0; y < sheet.height(); y += 4) {
+        for (int x = 0; x < sheet.width(); x += 4)
+            colours << sheet.pixel(x, y);
+    }
+    QVERIFY2(colours.size() > 200, qPrintable(QString::number(colours.size())));
+}
+
+void TestMediaHost::programSurvivesBadRegions_data()
+{
+    QTest::addColumn<QByteArray>("badRegion");
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("unknown kind") << QByteArray("{\"name\": \"mystery\", \"width\": 50, \"height\": 50, \"item\": "
+                                                "{\"kind\": \"hologram\", \"widget\": {\"id\": 2}}}")
+                                  << "region 'mystery' item 1: no player for kind 'hologram'";
+    QTest::newRow("broken widget") << QByteArray("{\"name\": \"broken\", \"width\": 50, \"height\": 50, \"item\": "
+                                                 "{\"widget\": {\"id\": 2, \"duration\": \"soon\"}}}")
+                                   << "region 'broken' item 1: widget:";
+    QTest::newRow("missing picture") << QByteArray(
+        "{\"name\": \"ghost\", \"width\": 50, \"height\": 50, \"item\": "
+        "{\"widget\": {\"id\": 2, \"effectCode\": 16, \"path\": \"absent.png\"}}}")
+                                     << "region 'ghost' item 1: picture file";
+    QTest::newRow("bad geometry") << QByteArray(
+        "{\"name\": \"flat\", \"width\": 50, \"height\": 0, \"item\": {\"widget\": {\"id\": 2}}}")
+                                  << "region 'flat': \"height\" is 0";
+}
+
+void TestMediaHost::programSurvivesBadRegions()
+{
+    QFETCH(QByteArray, badRegion);
+    QFETCH(QString, error);
+    const QString picture = testpictures::savePng(testpictures::quadrants(64, 48), m_dir.path(), "good.png");
+    QVERIFY(!picture.isEmpty());
+    const QString playlist = writePlaylist("{\"screen\": {\"width\": 320, \"height\": 200}, \"regions\": [" + badRegion
+        + ", {\"name\": \"good\", \"x\": 100, \"width\": 120, \"height\": 90, \"item\": {\"kind\": \"picture\", "
+          "\"widget\": {\"id\": 1, \"effectCode\": 16, \"effectTime\": 200, \"path\": \"good.png\"}}}]}");
+    QVERIFY(!playlist.isEmpty());
+    const RunResult result = run({ playlist, QStringLiteral("--seconds"), QStringLiteral("1") });
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QVERIFY2(result.err.contains(error), qPrintable(result.err));
+    QVERIFY2(result.err.contains(QStringLiteral("region 'good' item 1: status 1")), qPrintable(result.err));
+}
+
+void TestMediaHost::unreadablePlaylistFails_data()
+{
+    QTest::addColumn<QByteArray>("content"); // null: no file
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("not JSON") << QByteArray("<playlist/>") << "not valid JSON";
+    QTest::newRow("no regions") << QByteArray("{\"screen\": {}}") << "needs a \"regions\" list";
+    QTest::newRow("missing file") << QByteArray() << "cannot read playlist";
+}
+
+void TestMediaHost::unreadablePlaylistFails()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, error);
+    const QString path = content.isNull() ? m_dir.filePath(QStringLiteral("none.json")) : writePlaylist(content);
+    const RunResult result = run({ path, QStringLiteral("--seconds"), QStringLiteral("1") });
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(error), qPrintable(result.err));
+    QVERIFY2(result.err.contains(path), qPrintable(result.err));
+}
+
+void TestMediaHost::badCommandLine_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("nothing to play") << QStringList {} << "give either a playlist file or --demo";
+    QTest::newRow("playlist and demo") << QStringList { "a.json", "--demo" } << "give either a playlist file or --demo";
+    QTest::newRow("two playlists") << QStringList { "a.json", "b.json" } << "one playlist at a time";
+    QTest::newRow("zero fps") << QStringList { "--demo", "--fps", "0" } << "--fps needs a number above 0";
+    QTest::newRow("negative seconds") << QStringList { "--demo", "--seconds", "-1" }
+                                      << "--seconds needs a positive number";
+    QTest::newRow("unknown log level") << QStringList { "--demo", "--log-level", "loud" } << "unknown log level 'loud'";
+    QTest::newRow("unknown option") << QStringList { "--demo", "--fast" } << "Unknown option 'fast'";
+}
+
+void TestMediaHost::badCommandLine()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, error);
+    const RunResult result = run(arguments);
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.err.contains(error), qPrintable(result.err));
+}
+
+void TestMediaHost::helpNamesEveryOption()
+{
+    const RunResult result = run({ QStringLiteral("--help") });
+    QCOMPARE(result.exitCode, 0);
+    for (const char* option :
+        { "--demo", "--seconds", "--capture", "--fps", "--contact-sheet", "--cache-dir", "--log-level", "playlist" })
+        QVERIFY2(result.out.contains(QLatin1String(option)), option);
+}
+
+QTEST_MAIN(TestMediaHost)
+#include "tst_mediahost.moc"
