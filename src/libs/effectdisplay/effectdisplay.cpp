@@ -242,17 +242,22 @@ QImage EffectDisplay::renderFrame(int code, float progress)
 {
     QImage frame(size(), QImage::Format_ARGB32_Premultiplied);
     frame.fill(Qt::transparent);
+    renderFrame(frame, code, progress);
+    return frame;
+}
 
+void EffectDisplay::renderFrame(QImage& target, int code, float progress)
+{
     const float savedProgress = m_progress;
     const int savedEffect = m_effect;
     const bool timerWasActive = m_frameTimer.isActive();
     m_progress = progress;
     m_effect = code;
-    m_foldTarget = &frame;
+    m_foldTarget = &target;
     {
         QPainter painter;
         if (!m_fold.enabled)
-            painter.begin(&frame);
+            painter.begin(&target);
         paintEffect(&painter);
     }
     m_foldTarget = this;
@@ -261,7 +266,6 @@ QImage EffectDisplay::renderFrame(int code, float progress)
     // Effects that end themselves stop the repaint timer; a seam must not end a running display.
     if (timerWasActive && !m_frameTimer.isActive())
         m_frameTimer.start();
-    return frame;
 }
 
 const QList<int>& EffectDisplay::randomEffectCodes()
@@ -296,6 +300,27 @@ const EffectDisplay::EffectEntry* EffectDisplay::findEffect(int code)
         { 0x33, "indentBottom", &EffectDisplay::indentBottom },
         { 0x34, "indentToCenter", &EffectDisplay::indentToCenter },
         { 0x35, "indentBothSides", &EffectDisplay::indentBothSides },
+        { 0x40, "reelTop", &EffectDisplay::reelTop },
+        { 0x41, "reelBottom", &EffectDisplay::reelBottom },
+        { 0x60, "windowBottom", &EffectDisplay::windowBottom },
+        { 0x61, "windowRight", &EffectDisplay::windowRight },
+        { 0x70, "zoomFullScreen", &EffectDisplay::zoomFullScreen },
+        { 0x90, "wheelRotate", &EffectDisplay::wheelRotate },
+        { 0xA0, "dentine", &EffectDisplay::dentine },
+        { 0xB0, "fadeIn", &EffectDisplay::fadeIn },
+        { 0xB1, "fadeOut", &EffectDisplay::fadeOut },
+        { 0xC0, "cumulateLeft", &EffectDisplay::cumulateLeft },
+        { 0xC1, "cumulateTop", &EffectDisplay::cumulateTop },
+        { 0xC2, "cumulateRight", &EffectDisplay::cumulateRight },
+        { 0xC3, "cumulateBottom", &EffectDisplay::cumulateBottom },
+        { 0xD0, "laserLeft", &EffectDisplay::laserLeft },
+        { 0xD1, "laserTop", &EffectDisplay::laserTop },
+        { 0xD2, "laserRight", &EffectDisplay::laserRight },
+        { 0xD3, "laserBottom", &EffectDisplay::laserBottom },
+        { 0xF0, "openToBottom", &EffectDisplay::openToBottom },
+        { 0xF1, "openToTop", &EffectDisplay::openToTop },
+        { 0xF2, "openToBothSide", &EffectDisplay::openToBothSide },
+        { 0xF3, "openToCenter", &EffectDisplay::openToCenter },
     };
     const auto it
         = std::find_if(std::begin(table), std::end(table), [code](const EffectEntry& e) { return e.code == code; });

@@ -20,6 +20,7 @@
 class QLabel;
 class QMovie;
 class QPainter;
+class QPolygonF;
 
 /// Shows one picture through one of the timed transitions picked by an effect code, or an
 /// animated picture without one. Each frame is painted afresh from a single progress value
@@ -56,6 +57,9 @@ public:
     /// the widget's size, without clock or timers: a seam for tests and tools. The image is
     /// transparent where the effect paints nothing.
     QImage renderFrame(int code, float progress);
+    /// The same into an existing image of any size (the fold cut and full-widget draws still use the
+    /// widget's geometry); nothing is cleared first.
+    void renderFrame(QImage& target, int code, float progress);
 
     /// The code in force: the requested one, or the one that code 1 picked.
     int currentEffect() const { return m_effect; }
@@ -123,6 +127,38 @@ private:
     void indentBottom(QPainter* painter);
     void indentToCenter(QPainter* painter);
     void indentBothSides(QPainter* painter);
+
+    // The polygon effects fill with the picture as a brush, so a polygon is a window onto the
+    // picture lying at its place.
+    void setPictureBrush(QPainter* painter);
+    void fillPolygon(QPainter* painter, const QPolygonF& polygon);
+
+    void fadeIn(QPainter* painter);
+    void fadeOut(QPainter* painter);
+    void zoomFullScreen(QPainter* painter);
+    void wheelRotate(QPainter* painter);
+    void dentine(QPainter* painter);
+
+    // Cumulate and laser share their arithmetic; `factor` is how far the rest is smeared.
+    enum class Edge { Left, Top, Right, Bottom };
+    void cumulate(QPainter* painter, Edge edge, int factor, bool polygonFirst);
+    void cumulateLeft(QPainter* painter);
+    void cumulateTop(QPainter* painter);
+    void cumulateRight(QPainter* painter);
+    void cumulateBottom(QPainter* painter);
+    void laserLeft(QPainter* painter);
+    void laserTop(QPainter* painter);
+    void laserRight(QPainter* painter);
+    void laserBottom(QPainter* painter);
+
+    void reelTop(QPainter* painter);
+    void reelBottom(QPainter* painter);
+    void windowBottom(QPainter* painter);
+    void windowRight(QPainter* painter);
+    void openToBottom(QPainter* painter);
+    void openToTop(QPainter* painter);
+    void openToBothSide(QPainter* painter);
+    void openToCenter(QPainter* painter);
 
     qint64 m_effectTime = 0;
     int m_requestedEffect = 0;
