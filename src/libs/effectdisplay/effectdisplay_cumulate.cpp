@@ -46,11 +46,12 @@ void EffectDisplay::cumulate(QPainter* painter, Edge edge, int factor, bool poly
 
     drawThroughFold(painter, [&](QPainter* painterOn) {
         const auto drawSmear = [&] {
-            // An empty piece or target paints nothing (and an empty source would mean the whole
-            // pixmap to Qt); drawing from a source rectangle gives the pixels of a cut-out piece.
-            if (piece.isEmpty() || smear.isEmpty())
+            // Drawing from a source rectangle gives the pixels of a cut-out piece without the copy.
+            // Cutting an empty piece yields the whole picture, which near the end is squeezed into
+            // a smear that is still a few pixels wide; an empty target paints nothing.
+            if (smear.isEmpty())
                 return;
-            painterOn->drawPixmap(smear, picture, piece);
+            painterOn->drawPixmap(smear, picture, piece.isEmpty() ? picture.rect() : piece);
         };
         const auto drawRevealed = [&] {
             setPictureBrush(painterOn);
