@@ -1,5 +1,6 @@
 // What one frame of a player costs at 1920x1080, next to the floor of any frame: copying its
 // bytes, and one full-frame drawPixmap into an image of the kind a widget backing store is.
+// Every effect code is measured the same way over the whole range of its progress.
 #include <effectdisplay.h>
 
 #include <QApplication>
@@ -14,6 +15,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -29,6 +31,12 @@ constexpr size_t kFrameBytes = size_t(kWidth) * kHeight * 4;
 constexpr long kEffectTimeMs = 1000;
 constexpr const char* kBaseline = "BM_DrawPixmap";
 constexpr const char* kMemcpy = "BM_Memcpy";
+// Progress runs over 0, 0.01, ... 1; successive frames step through it by a stride near 101
+// times the golden ratio, so that even a short run samples the whole range evenly.
+constexpr int kProgressSteps = 100;
+constexpr int kProgressStride = 62;
+// Frames dearer than this multiple of the plain drawPixmap are marked in the closing table.
+constexpr double kTargetRatio = 4.0;
 
 QString g_picturePath;
 
@@ -89,6 +97,18 @@ void BM_Memcpy(benchmark::State& state)
     countFrames(state);
 }
 
+// What a widget's backing store costs before any effect paints: clearing it to transparent.
+void BM_Clear(benchmark::State& state)
+{
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    for (auto _ : state) {
+        target.fill(Qt::transparent);
+        benchmark::ClobberMemory();
+    }
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
 void BM_NoEffectFrame(benchmark::State& state)
 {
     NoEffectPlayer player;
@@ -123,11 +143,52 @@ void BM_NoEffectPaintEvent(benchmark::State& state)
     countFrames(state);
 }
 
+// One frame of effect `code` at a progress that moves on every frame, painted into a kept
+// full-HD target that is cleared first, as a backing store is before a paint event.
+void BM_Effect(benchmark::State& state, int code)
+{
+    NoEffectPlayer player;
+    if (!player.showsPicture()) {
+        state.SkipWithError("the player did not load the picture");
+        return;
+    }
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    int step = 0;
+    for (auto _ : state) {
+        const float progress = float(step) / float(kProgressSteps);
+        step = (step + kProgressStride) % (kProgressSteps + 1);
+        target.fill(Qt::transparent);
+        player.display->renderFrame(target, code, progress);
+        benchmark::ClobberMemory();
+    }
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
+// "BM_Effect_0x10_extendLeft"
+std::string effectBenchmarkName(int code)
+{
+    char text[80];
+    std::snprintf(
+        text, sizeof text, "BM_Effect_0x%02X_%s", unsigned(code), qPrintable(EffectDisplay::effectName(code)));
+    return text;
+}
+
+// Code 0 and every code that code 1 picks from, after the baselines.
+void registerEffectBenchmarks()
+{
+    QList<int> codes { 0 };
+    codes += EffectDisplay::randomEffectCodes();
+    for (int code : codes)
+        benchmark::RegisterBenchmark(effectBenchmarkName(code).c_str(), BM_Effect, code);
+}
+
 } // namespace
 
 // The baseline runs first so that every later line can carry its ratio.
 BENCHMARK(BM_DrawPixmap);
 BENCHMARK(BM_Memcpy);
+BENCHMARK(BM_Clear);
 BENCHMARK(BM_NoEffectFrame);
 BENCHMARK(BM_NoEffectPaintEvent);
 
@@ -161,9 +222,16 @@ public:
         ConsoleReporter::Finalize();
         std::ostream& out = GetOutputStream();
         out << "\n" << line("Per 1920x1080 frame", "ms", "x drawPixmap", "x memcpy");
-        for (const auto& [name, seconds] : m_seconds)
-            out << line(name, fixed(seconds * 1e3, 3), ratio(seconds, secondsOf(kBaseline)),
+        const double baseline = secondsOf(kBaseline);
+        bool anyOver = false;
+        for (const auto& [name, seconds] : m_seconds) {
+            const bool over = baseline > 0 && seconds > kTargetRatio * baseline;
+            anyOver = anyOver || over;
+            out << line(name, fixed(seconds * 1e3, 3), ratio(seconds, baseline) + (over ? " *" : "  "),
                 ratio(seconds, secondsOf(kMemcpy)));
+        }
+        if (anyOver)
+            out << "* more than " << fixed(kTargetRatio, 0) << " times the plain drawPixmap\n";
     }
 
 private:
@@ -190,9 +258,9 @@ private:
     static std::string line(
         const std::string& name, const std::string& ms, const std::string& toBaseline, const std::string& toMemcpy)
     {
-        char text[160];
+        char text[200];
         std::snprintf(
-            text, sizeof text, "%-26s%10s%14s%10s\n", name.c_str(), ms.c_str(), toBaseline.c_str(), toMemcpy.c_str());
+            text, sizeof text, "%-34s%10s%16s%10s\n", name.c_str(), ms.c_str(), toBaseline.c_str(), toMemcpy.c_str());
         return text;
     }
     double secondsOf(const std::string& name) const
@@ -237,6 +305,7 @@ int main(int argc, char** argv)
         return 1;
     }
 
+    registerEffectBenchmarks();
     if (console) {
         const auto colour = isatty(STDOUT_FILENO) ? RatioReporter::OO_Color : RatioReporter::OO_None;
         RatioReporter reporter(RatioReporter::OutputOptions(RatioReporter::OO_Tabular | colour));

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFont>
+#include <QFontMetrics>
 #include <QImage>
 #include <QLinearGradient>
 #include <QPainter>
@@ -24,6 +25,10 @@ constexpr int kRows = 2;
 constexpr int kTileWidth = (kScreenWidth - (kColumns + 1) * kGap) / kColumns;
 constexpr int kTileHeight = (kScreenHeight - kTitleHeight - (kRows + 1) * kGap) / kRows;
 constexpr int kPictureTiles = 5; // the sixth tile holds the animation
+constexpr int kRandomTile = kPictureTiles - 1; // takes code 1 for every picture
+constexpr int kFixedTiles = kPictureTiles - 1; // take demoEffects() in turn
+
+constexpr int kCaptionGap = 12; // between the effect's name and its code
 
 constexpr int kMinPicturesPerTile = 3;
 constexpr int kFirstDurationMs = 2000;
@@ -114,10 +119,27 @@ QImage drawSlide(const QSize& size, int tile, int picture, const DemoEffect& eff
     painter.fillRect(bar, QColor(0, 0, 0, 150));
     painter.setPen(Qt::white);
     painter.setFont(pixelFont(bar.height() * 40 / 100, true));
-    painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignLeft | Qt::AlignVCenter, QString::fromLatin1(effect.name));
-    painter.setFont(pixelFont(bar.height() * 30 / 100, false));
-    painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignRight | Qt::AlignVCenter,
-        QStringLiteral("code %1 (0x%2)").arg(effect.code).arg(effect.code, 2, 16, QLatin1Char('0')));
+    if (effect.code == kDemoRandomEffect.code) {
+        // The transition is chosen when the picture comes up, so the caption cannot name it.
+        painter.drawText(bar.adjusted(14, 0, -14, 0), Qt::AlignLeft | Qt::AlignVCenter,
+            QStringLiteral("%1 (code %2)").arg(QString::fromLatin1(effect.name)).arg(effect.code));
+        return image;
+    }
+    const QRect textArea = bar.adjusted(14, 0, -14, 0);
+    const QString name = QString::fromLatin1(effect.name);
+    const QString code = QStringLiteral("code %1 (0x%2)")
+                             .arg(effect.code)
+                             .arg(QStringLiteral("%1").arg(effect.code, 2, 16, QLatin1Char('0')).toUpper());
+    const QFont codeFont = pixelFont(bar.height() * 30 / 100, false);
+    // Long names get a smaller font rather than running into the code.
+    const int nameRoom = textArea.width() - QFontMetrics(codeFont).horizontalAdvance(code) - kCaptionGap;
+    QFont nameFont = painter.font();
+    while (nameFont.pixelSize() > codeFont.pixelSize() && QFontMetrics(nameFont).horizontalAdvance(name) > nameRoom)
+        nameFont.setPixelSize(nameFont.pixelSize() - 1);
+    painter.setFont(nameFont);
+    painter.drawText(textArea, Qt::AlignLeft | Qt::AlignVCenter, name);
+    painter.setFont(codeFont);
+    painter.drawText(textArea, Qt::AlignRight | Qt::AlignVCenter, code);
     return image;
 }
 
@@ -183,25 +205,24 @@ PlaylistItem pictureItem(int id, const QString& path, int durationMs, int effect
 
 const QVector<DemoEffect>& demoEffects()
 {
+    // One or two of every family, ordered so that neighbouring tiles show different families.
     static const QVector<DemoEffect> effects {
-        { 0, "noEffect" },
-        { 16, "extendLeft" },
-        { 17, "entendTop" },
-        { 18, "entendRight" },
-        { 19, "extendBottom" },
-        { 20, "extendCenter" },
-        { 21, "extendLevel" },
-        { 22, "extendVertical" },
-        { 32, "moveLeft" },
-        { 33, "moveTop" },
-        { 34, "moveRight" },
-        { 35, "moveBottom" },
-        { 48, "indentLeft" },
-        { 49, "indentTop" },
-        { 50, "indentRight" },
-        { 51, "indentBottom" },
-        { 52, "indentToCenter" },
-        { 53, "indentBothSides" },
+        { 0x14, "extendCenter" },
+        { 0x40, "reelTop" },
+        { 0x70, "zoomFullScreen" },
+        { 0xC0, "cumulateLeft" },
+        { 0x22, "moveRight" },
+        { 0x60, "windowBottom" },
+        { 0x90, "wheelRotate" },
+        { 0xD1, "laserTop" },
+        { 0x35, "indentBothSides" },
+        { 0x41, "reelBottom" },
+        { 0xA0, "dentine" },
+        { 0xF2, "openToBothSide" },
+        { 0xB0, "fadeIn" },
+        { 0x61, "windowRight" },
+        { 0xB1, "fadeOut" },
+        { 0xF3, "openToCenter" },
     };
     return effects;
 }
@@ -223,18 +244,18 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
     title.items << pictureItem(kTitleId, titlePath, playlistdefaults::kItemDurationMs, 0, 0, 1);
     playlist.regions << title;
 
-    // The tiles take the effects in turn, column by column through the pictures, so that the
-    // tiles show different transitions at any moment and every listed code comes up.
+    // The fixed tiles take the effects in turn, column by column through the pictures, so that
+    // they show different transitions at any moment and every listed code comes up.
     const QVector<DemoEffect>& effects = demoEffects();
-    const int picturesPerTile
-        = std::max(kMinPicturesPerTile, int((effects.size() + kPictureTiles - 1) / kPictureTiles));
+    const int picturesPerTile = std::max(kMinPicturesPerTile, int((effects.size() + kFixedTiles - 1) / kFixedTiles));
     for (int tile = 0; tile < kPictureTiles; ++tile) {
         PlaylistRegion region;
         region.name = QStringLiteral("tile-%1").arg(tile + 1);
         region.geometry = tileRect(tile);
         const int durationMs = kFirstDurationMs + tile * kDurationStepMs;
         for (int picture = 0; picture < picturesPerTile; ++picture) {
-            const DemoEffect& effect = effects.at((picture * kPictureTiles + tile) % effects.size());
+            const DemoEffect& effect
+                = tile == kRandomTile ? kDemoRandomEffect : effects.at((picture * kFixedTiles + tile) % effects.size());
             const QString path = dir.filePath(QStringLiteral("tile-%1-%2.png").arg(tile + 1).arg(picture + 1));
             if (!savePicture(drawSlide(region.geometry.size(), tile, picture, effect), path, error))
                 return false;

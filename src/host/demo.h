@@ -11,10 +11,15 @@ struct DemoEffect {
     const char* name;
 };
 
-/// The transitions the demo's picture tiles take in turn, in the order they take them.
+/// The transitions the demo's fixed picture tiles take in turn, in the order they take them:
+/// some of every family.
 const QVector<DemoEffect>& demoEffects();
 
+/// The last picture tile asks for code 1 every time, so the player picks a transition afresh
+/// for each of its pictures.
+inline constexpr DemoEffect kDemoRandomEffect { 1, "random" };
+
 /// Builds the demo: a 1280x720 screen with a title strip, picture tiles that loop through
-/// demoEffects() and one animated picture. Its pictures are drawn here and written into
+/// demoEffects(), one tile on code 1, and one animated picture. Its pictures are drawn here and written into
 /// `pictureDir`, which must exist. False with a message if a picture cannot be written.
 bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* error);

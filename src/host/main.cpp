@@ -2,6 +2,7 @@
 // widget and drives one player per item through IMediaPlay, as a signage host does.
 #include "capture.h"
 #include "demo.h"
+#include "gallery.h"
 #include "hostscreen.h"
 #include "playerfactory.h"
 #include "playlist.h"
@@ -12,6 +13,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -63,6 +65,8 @@ struct Options {
     double fps = kDefaultFps;
     QString contactSheet;
     QString cacheDir;
+    QString gallery;
+    QSize gallerySize = kGalleryDefaultCellSize;
     spdlog::level::level_enum logLevel = spdlog::level::info;
 };
 
@@ -78,7 +82,8 @@ int parseOptions(const QApplication& app, Options& options)
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Plays a playlist of media regions on one screen, each region looping over its items.\n"
-                       "Without a display it runs offscreen; --capture and --contact-sheet show what it played."));
+                       "Without a display it runs offscreen; --capture and --contact-sheet show what it played.\n"
+                       "--gallery writes a picture of every effect code instead."));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(
@@ -109,7 +114,18 @@ int parseOptions(const QApplication& app, Options& options)
     const QCommandLineOption logLevel(QStringLiteral("log-level"),
         QStringLiteral("Log level on stderr: %1 (default info).").arg(kLogLevels.join(QStringLiteral(", "))),
         QStringLiteral("LEVEL"), QStringLiteral("info"));
-    parser.addOptions({ demo, seconds, capture, fps, contactSheet, cacheDir, logLevel });
+    const QCommandLineOption gallery(QStringLiteral("gallery"),
+        QStringLiteral("Write every effect code at four stages of its transition into one labelled PNG, print "
+                       "its path and quit; plays nothing."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption gallerySize(QStringLiteral("gallery-size"),
+        QStringLiteral("Size of one player on the --gallery sheet (default %1x%2; each side %3 to %4).")
+            .arg(kGalleryDefaultCellSize.width())
+            .arg(kGalleryDefaultCellSize.height())
+            .arg(kGalleryMinCellEdge)
+            .arg(kGalleryMaxCellEdge),
+        QStringLiteral("WxH"));
+    parser.addOptions({ demo, seconds, capture, fps, contactSheet, cacheDir, logLevel, gallery, gallerySize });
 
     if (!parser.parse(app.arguments()))
         return usageError(parser.errorText());
@@ -122,8 +138,30 @@ int parseOptions(const QApplication& app, Options& options)
     options.demo = parser.isSet(demo);
     if (positional.size() > 1)
         return usageError(QStringLiteral("one playlist at a time, got %1").arg(positional.size()));
-    if (options.demo == !positional.isEmpty())
+    options.gallery = parser.value(gallery);
+    if (parser.isSet(gallery)) {
+        if (options.gallery.isEmpty())
+            return usageError(QStringLiteral("--gallery needs a file name"));
+        if (options.demo || !positional.isEmpty() || parser.isSet(capture) || parser.isSet(contactSheet))
+            return usageError(QStringLiteral("--gallery plays nothing: give it no playlist, --demo, --capture or "
+                                             "--contact-sheet"));
+    } else if (parser.isSet(gallerySize)) {
+        return usageError(QStringLiteral("--gallery-size goes with --gallery"));
+    } else if (options.demo == !positional.isEmpty()) {
         return usageError(QStringLiteral("give either a playlist file or --demo"));
+    }
+    if (parser.isSet(gallerySize)) {
+        static const QRegularExpression sizePattern(QStringLiteral("^(\\d{1,5})[xX](\\d{1,5})$"));
+        const QRegularExpressionMatch match = sizePattern.match(parser.value(gallerySize).trimmed());
+        const QSize size = match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
+        const auto inRange = [](int edge) { return edge >= kGalleryMinCellEdge && edge <= kGalleryMaxCellEdge; };
+        if (!size.isValid() || !inRange(size.width()) || !inRange(size.height()))
+            return usageError(QStringLiteral("--gallery-size needs WIDTHxHEIGHT with each side %1 to %2, not '%3'")
+                                  .arg(kGalleryMinCellEdge)
+                                  .arg(kGalleryMaxCellEdge)
+                                  .arg(parser.value(gallerySize)));
+        options.gallerySize = size;
+    }
     if (!positional.isEmpty())
         options.playlistFile = positional.first();
 
@@ -200,6 +238,16 @@ int main(int argc, char* argv[])
     SpdLogger::setLevel(options.logLevel);
     if (!options.cacheDir.isEmpty())
         PlayerPath::getInstance().setImageCachePath(options.cacheDir);
+
+    if (!options.gallery.isEmpty()) {
+        QString error;
+        if (!writeEffectGallery(options.gallery, options.gallerySize, &error)) {
+            PLAYER_LOG(error, "gallery: {}", error.toStdString());
+            return kExitFailure;
+        }
+        std::printf("%s\n", qPrintable(QFileInfo(options.gallery).absoluteFilePath()));
+        return 0;
+    }
 
     // Declared before the screen so that the pictures outlive the players that show them.
     std::unique_ptr<QTemporaryDir> demoDir;

@@ -4,6 +4,8 @@
 #include "testpictures.h"
 
 #include <capture.h>
+#include <effectdisplay.h>
+#include <gallery.h>
 #include <hostscreen.h>
 #include <playerfactory.h>
 #include <playlist.h>
@@ -229,6 +231,9 @@ private slots:
     void badCommandLine_data();
     void badCommandLine();
     void helpNamesEveryOption();
+    void galleryShowsEveryCode_data();
+    void galleryShowsEveryCode();
+    void galleryCannotBeWritten();
 
 private:
     RunResult run(const QStringList& arguments);
@@ -831,6 +836,15 @@ void TestMediaHost::badCommandLine_data()
                                       << "--seconds needs a positive number";
     QTest::newRow("unknown log level") << QStringList { "--demo", "--log-level", "loud" } << "unknown log level 'loud'";
     QTest::newRow("unknown option") << QStringList { "--demo", "--fast" } << "Unknown option 'fast'";
+    QTest::newRow("gallery and demo") << QStringList { "--gallery", "g.png", "--demo" } << "--gallery plays nothing";
+    QTest::newRow("gallery and playlist")
+        << QStringList { "--gallery", "g.png", "a.json" } << "--gallery plays nothing";
+    QTest::newRow("gallery size alone") << QStringList { "--demo", "--gallery-size", "96x54" }
+                                        << "--gallery-size goes with --gallery";
+    QTest::newRow("gallery size too small") << QStringList { "--gallery", "g.png", "--gallery-size", "8x8" }
+                                            << "--gallery-size needs WIDTHxHEIGHT with each side 32 to 960, not '8x8'";
+    QTest::newRow("gallery size not a size")
+        << QStringList { "--gallery", "g.png", "--gallery-size", "wide" } << "--gallery-size needs WIDTHxHEIGHT";
 }
 
 void TestMediaHost::badCommandLine()
@@ -846,9 +860,114 @@ void TestMediaHost::helpNamesEveryOption()
 {
     const RunResult result = run({ QStringLiteral("--help") });
     QCOMPARE(result.exitCode, 0);
-    for (const char* option :
-        { "--demo", "--seconds", "--capture", "--fps", "--contact-sheet", "--cache-dir", "--log-level", "playlist" })
+    for (const char* option : { "--demo", "--seconds", "--capture", "--fps", "--contact-sheet", "--cache-dir",
+             "--log-level", "--gallery", "--gallery-size", "playlist" })
         QVERIFY2(result.out.contains(QLatin1String(option)), option);
+}
+
+void TestMediaHost::galleryShowsEveryCode_data()
+{
+    QTest::addColumn<QStringList>("sizeArguments");
+    QTest::addColumn<QSize>("cell");
+
+    QTest::newRow("default cells") << QStringList {} << QSize(192, 108);
+    QTest::newRow("small cells") << QStringList { "--gallery-size", "96x54" } << QSize(96, 54);
+    QTest::newRow("odd cells") << QStringList { "--gallery-size", "121X67" } << QSize(121, 67);
+}
+
+void TestMediaHost::galleryShowsEveryCode()
+{
+    QFETCH(QStringList, sizeArguments);
+    QFETCH(QSize, cell);
+    const QString path = m_dir.filePath(QStringLiteral("gallery/%1/g.png").arg(QTest::currentDataTag()));
+    const RunResult result = run(QStringList { QStringLiteral("--gallery"), path } + sizeArguments);
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QCOMPARE(result.out.trimmed(), QFileInfo(path).absoluteFilePath());
+    const QImage sheet(path);
+    QVERIFY2(!sheet.isNull(), "the gallery loads as a picture");
+
+    // Code 0 and the 38 codes that code 1 picks from, two codes of four cells to a row.
+    const QList<int> codes = galleryCodes();
+    QCOMPARE(codes.size(), 39);
+    QCOMPARE(codes.first(), 0);
+    QVERIFY(!codes.contains(1) && !codes.contains(0xF4) && !codes.contains(0xF7));
+    const GalleryLayout layout(cell);
+    QCOMPARE(sheet.size(), layout.sheetSize());
+    QVERIFY(sheet.width() >= 8 * cell.width() && sheet.width() < 8 * cell.width() + 200);
+    QVERIFY(sheet.height() >= 20 * cell.height() && sheet.height() < 20 * (cell.height() + 60) + 100);
+    QCOMPARE(layout.cellRect(0, 0).size(), cell);
+    QVERIFY(!layout.cellRect(0, 3).intersects(layout.cellRect(1, 0)));
+    QVERIFY(layout.cellRect(codes.size() - 1, 3).bottom() < sheet.height());
+
+    // Each cell holds the frame that the player itself paints for its code and progress, over
+    // grey where the frame is transparent.
+    const QString picturePath = testpictures::savePng(
+        drawOrientationPicture(cell), m_dir.path(), QStringLiteral("%1.png").arg(QTest::currentDataTag()));
+    QVERIFY(!picturePath.isEmpty());
+    QWidget parent;
+    parent.resize(cell);
+    auto* display = new EffectDisplay(&parent);
+    display->showEffect(0, picturePath, 0, 0);
+    const auto isGrey = [](QRgb pixel) { return qRed(pixel) == qGreen(pixel) && qGreen(pixel) == qBlue(pixel); };
+    constexpr int kSamples = 7;
+    int opaque = 0;
+    int transparent = 0;
+    for (int codeIndex = 0; codeIndex < codes.size(); ++codeIndex) {
+        for (int progressIndex = 0; progressIndex < galleryProgress().size(); ++progressIndex) {
+            const QImage frame = display->renderFrame(codes.at(codeIndex), galleryProgress().at(progressIndex));
+            const QRect rect = layout.cellRect(codeIndex, progressIndex);
+            for (int i = 0; i < kSamples; ++i) {
+                for (int j = 0; j < kSamples; ++j) {
+                    // Corners included: the last column and row are where effects leave gaps.
+                    const QPoint at((cell.width() - 1) * i / (kSamples - 1), (cell.height() - 1) * j / (kSamples - 1));
+                    const QRgb painted = frame.pixel(at);
+                    const QRgb shown = sheet.pixel(rect.topLeft() + at);
+                    const QString where = QStringLiteral("code %1, p=%2, (%3, %4)")
+                                              .arg(codes.at(codeIndex))
+                                              .arg(galleryProgress().at(progressIndex))
+                                              .arg(at.x())
+                                              .arg(at.y());
+                    if (qAlpha(painted) == 255) {
+                        ++opaque;
+                        QVERIFY2(testpictures::near(shown, QColor(painted), 2), qPrintable(where));
+                    } else if (qAlpha(painted) == 0) {
+                        ++transparent;
+                        QVERIFY2(isGrey(shown), qPrintable(where));
+                    }
+                }
+            }
+        }
+    }
+    // Both kinds are common: a third or more of the samples are unpainted at the early stages.
+    const int samples = int(codes.size() * galleryProgress().size()) * kSamples * kSamples;
+    QVERIFY2(opaque > samples / 3 && transparent > samples / 4,
+        qPrintable(QStringLiteral("%1 opaque, %2 transparent").arg(opaque).arg(transparent)));
+
+    // Spot checks that need no player: the picture is fitted one pixel short of the player's
+    // edges, and extendLeft at a quarter fills the left quarter only.
+    const QImage picture = drawOrientationPicture(cell);
+    const QRect noEffect = layout.cellRect(0, int(galleryProgress().size()) - 1);
+    QVERIFY(testpictures::near(sheet.pixel(noEffect.topLeft() + QPoint(2, 2)), picture.pixel(2, 2), 24));
+    QVERIFY(isGrey(sheet.pixel(noEffect.right(), noEffect.center().y())));
+    QVERIFY(isGrey(sheet.pixel(noEffect.center().x(), noEffect.bottom())));
+    QCOMPARE(galleryProgress().first(), 0.25f);
+    const QRect extendLeft = layout.cellRect(int(codes.indexOf(0x10)), 0);
+    QVERIFY(!isGrey(sheet.pixel(extendLeft.topLeft() + QPoint(cell.width() / 10, cell.height() / 8))));
+    QVERIFY(isGrey(sheet.pixel(extendLeft.topLeft() + QPoint(cell.width() * 6 / 10, cell.height() / 8))));
+}
+
+void TestMediaHost::galleryCannotBeWritten()
+{
+    // A directory in the path that is a plain file: neither created nor written through.
+    const QString blocker = m_dir.filePath(QStringLiteral("blocker"));
+    QFile file(blocker);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    const QString path = blocker + QStringLiteral("/g.png");
+    const RunResult result = run({ QStringLiteral("--gallery"), path });
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(QStringLiteral("gallery: cannot write the gallery ") + path), qPrintable(result.err));
+    QVERIFY(result.out.isEmpty());
 }
 
 QTEST_MAIN(TestMediaHost)
