@@ -321,6 +321,10 @@ const EffectDisplay::EffectEntry* EffectDisplay::findEffect(int code)
         { 0xF1, "openToTop", &EffectDisplay::openToTop },
         { 0xF2, "openToBothSide", &EffectDisplay::openToBothSide },
         { 0xF3, "openToCenter", &EffectDisplay::openToCenter },
+        { 0xF4, "marqueeRightToLeft", &EffectDisplay::marqueeRightToLeft },
+        { 0xF5, "marqueeLeftToRight", &EffectDisplay::marqueeLeftToRight },
+        { 0xF6, "marqueeToUp", &EffectDisplay::marqueeToUp },
+        { 0xF7, "marqueeToBottom", &EffectDisplay::marqueeToBottom },
     };
     const auto it
         = std::find_if(std::begin(table), std::end(table), [code](const EffectEntry& e) { return e.code == code; });

@@ -160,6 +160,14 @@ private:
     void openToBothSide(QPainter* painter);
     void openToCenter(QPainter* painter);
 
+    // The picture ring: items at their own size run along one axis, backward (toward smaller
+    // coordinates) or forward.
+    void marquee(QPainter* painter, bool horizontal, bool forward);
+    void marqueeRightToLeft(QPainter* painter);
+    void marqueeLeftToRight(QPainter* painter);
+    void marqueeToUp(QPainter* painter);
+    void marqueeToBottom(QPainter* painter);
+
     qint64 m_effectTime = 0;
     int m_requestedEffect = 0;
     std::atomic<bool> m_clockRunning { true };
