@@ -1,6 +1,7 @@
 // What one frame of a player costs at 1920x1080, next to the floor of any frame: copying its
 // bytes, and one full-frame drawPixmap into an image of the kind a widget backing store is.
-// Every effect code is measured the same way over the whole range of its progress.
+// Every effect code is measured the same way over the whole range of its progress, then the
+// four marquee codes on a running belt, and some effects through a fold of three pieces.
 #include <effectdisplay.h>
 
 #include <QApplication>
@@ -8,6 +9,8 @@
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPixmap>
+#include <QRegion>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QWidget>
 
@@ -38,7 +41,27 @@ constexpr int kProgressStride = 62;
 // Frames dearer than this multiple of the plain drawPixmap are marked in the closing table.
 constexpr double kTargetRatio = 4.0;
 
+// The marquee: a ring of three pictures of different lengths across the whole frame, and the
+// speed of a quick ticker.
+constexpr int kMarqueeStep = 4;
+constexpr int kMarqueeIntervalMs = 10;
+constexpr int kMarqueeGap = 64;
+const int kMarqueeLengths[] = { 640, 800, 960 };
+const int kMarqueeCodes[] = { 0xF4, 0xF5, 0xF6, 0xF7 };
+// Enough frames for the belt to come in from the edge and cover the frame before timing starts.
+constexpr int kMarqueeWarmUpFrames = kWidth / kMarqueeStep + 64;
+
+// The fold: three pieces of 640x360 at three places of the frame, none touching another, and
+// three of 640x1080 that together cover the frame, in another order than in the composed picture.
+const QRect kFoldApart[] = { { 0, 0, 640, 360 }, { 640, 360, 640, 360 }, { 1280, 720, 640, 360 } };
+const QRect kFoldFull[] = { { 1280, 0, 640, 1080 }, { 0, 0, 640, 1080 }, { 640, 0, 640, 1080 } };
+const int kFoldCodes[] = { 0x00, 0x10, 0xF2 };
+
 QString g_picturePath;
+// Ring pictures, the first of each to load through showEffect: full height for the horizontal
+// codes, full width for the vertical ones.
+QStringList g_horizontalRing;
+QStringList g_verticalRing;
 
 // Opaque, as most signage pictures are. QPixmap stores an opaque picture as RGB32 whatever the
 // image's format, on the player's side as on this one, so both draw the same kind of pixels.
@@ -165,22 +188,161 @@ void BM_Effect(benchmark::State& state, int code)
     countFrames(state);
 }
 
+bool isHorizontalMarquee(int code)
+{
+    return code == 0xF4 || code == 0xF5;
+}
+
+// A marquee on a full-HD parent, set up in the order a host does it, with the belt already
+// running across the whole frame.
+struct MarqueePlayer {
+    explicit MarqueePlayer(int code)
+    {
+        parent.resize(kWidth, kHeight);
+        display = new EffectDisplay(&parent);
+        display->setPlayMarquee(true);
+        display->setMarqueeSpeed(kMarqueeIntervalMs, kMarqueeStep);
+        display->setMarqueeParaMeters(true, kMarqueeGap);
+        const QStringList& ring = isHorizontalMarquee(code) ? g_horizontalRing : g_verticalRing;
+        display->showEffect(code, ring.first(), 0, 0);
+        for (int i = 1; i < ring.size(); ++i)
+            display->appendPixmap(QPixmap(ring.at(i)));
+        display->playMarquee();
+    }
+    // Most of a row or column across the middle is picture: the belt covers the frame.
+    bool coversFrame(int code)
+    {
+        QImage frame(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+        frame.fill(Qt::transparent);
+        display->renderFrame(frame, code, 1.0f);
+        const bool horizontal = isHorizontalMarquee(code);
+        const int length = horizontal ? kWidth : kHeight;
+        int opaque = 0;
+        for (int i = 0; i < length; ++i)
+            opaque += qAlpha(horizontal ? frame.pixel(i, kHeight / 2) : frame.pixel(kWidth / 2, i)) == 255;
+        return opaque > length * 3 / 4;
+    }
+
+    QWidget parent;
+    EffectDisplay* display = nullptr;
+};
+
+// One frame of a marquee: the marquee functions take no progress and move the belt one step on
+// every call, so each iteration is the next frame of a running ticker.
+void BM_Marquee(benchmark::State& state, int code)
+{
+    MarqueePlayer player(code);
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    for (int i = 0; i < kMarqueeWarmUpFrames; ++i) {
+        target.fill(Qt::transparent);
+        player.display->renderFrame(target, code, 1.0f);
+    }
+    if (!player.coversFrame(code)) {
+        state.SkipWithError("the marquee does not cover the frame");
+        return;
+    }
+    for (auto _ : state) {
+        target.fill(Qt::transparent);
+        player.display->renderFrame(target, code, 1.0f);
+        benchmark::ClobberMemory();
+    }
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
+// A player whose picture is cut into three fold pieces at `rects`, side by side in the composed frame.
+struct FoldPlayer {
+    explicit FoldPlayer(const QRect (&rects)[3])
+    {
+        parent.resize(kWidth, kHeight);
+        display = new EffectDisplay(&parent);
+        ns::Fold fold;
+        fold.enabled = true;
+        fold.count = 3;
+        fold.orientation = ns::ORIENTATION_HORIZONTAL;
+        for (const QRect& rect : rects)
+            fold.rects.push_back({ rect.x(), rect.y(), rect.width(), rect.height() });
+        display->setFoldParaMeters(fold);
+        display->showEffect(0, g_picturePath, kEffectTimeMs, kEffectTimeMs);
+        for (const QRect& rect : rects)
+            pieces += rect;
+    }
+    // The end frame of code 0 fills the pieces and leaves the rest of the frame alone.
+    bool cutsPicture()
+    {
+        const QImage frame = display->renderFrame(0, 1.0f);
+        for (const QRect& piece : pieces) {
+            if (qAlpha(frame.pixel(piece.center())) != 255)
+                return false;
+        }
+        const QPoint outside(kWidth - 2, 2);
+        return pieces.contains(outside) || qAlpha(frame.pixel(outside)) == 0;
+    }
+
+    QWidget parent;
+    EffectDisplay* display = nullptr;
+    QRegion pieces;
+};
+
+// One frame of effect `code` through the fold, as BM_Effect measures it without one.
+void BM_Fold(benchmark::State& state, const QRect (&rects)[3], int code)
+{
+    FoldPlayer player(rects);
+    if (!player.cutsPicture()) {
+        state.SkipWithError("the fold did not place the picture's pieces");
+        return;
+    }
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    int step = 0;
+    for (auto _ : state) {
+        const float progress = float(step) / float(kProgressSteps);
+        step = (step + kProgressStride) % (kProgressSteps + 1);
+        target.fill(Qt::transparent);
+        player.display->renderFrame(target, code, progress);
+        benchmark::ClobberMemory();
+    }
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
 // "BM_Effect_0x10_extendLeft"
-std::string effectBenchmarkName(int code)
+std::string effectBenchmarkName(const char* prefix, int code)
 {
     char text[80];
     std::snprintf(
-        text, sizeof text, "BM_Effect_0x%02X_%s", unsigned(code), qPrintable(EffectDisplay::effectName(code)));
+        text, sizeof text, "%s_0x%02X_%s", prefix, unsigned(code), qPrintable(EffectDisplay::effectName(code)));
     return text;
 }
 
-// Code 0 and every code that code 1 picks from, after the baselines.
+// Code 0 and every code that code 1 picks from, after the baselines; then the marquee codes and
+// the fold.
 void registerEffectBenchmarks()
 {
     QList<int> codes { 0 };
     codes += EffectDisplay::randomEffectCodes();
     for (int code : codes)
-        benchmark::RegisterBenchmark(effectBenchmarkName(code).c_str(), BM_Effect, code);
+        benchmark::RegisterBenchmark(effectBenchmarkName("BM_Effect", code).c_str(), BM_Effect, code);
+    for (int code : kMarqueeCodes)
+        benchmark::RegisterBenchmark(effectBenchmarkName("BM_Marquee", code).c_str(), BM_Marquee, code);
+    for (int code : kFoldCodes) {
+        benchmark::RegisterBenchmark(effectBenchmarkName("BM_FoldApart", code).c_str(),
+            [code](benchmark::State& state) { BM_Fold(state, kFoldApart, code); });
+        benchmark::RegisterBenchmark(effectBenchmarkName("BM_FoldFull", code).c_str(),
+            [code](benchmark::State& state) { BM_Fold(state, kFoldFull, code); });
+    }
+}
+
+// Opaque pictures of the three ring lengths across the whole frame, written as PNG into `dir`.
+bool writeRing(const QTemporaryDir& dir, bool horizontal, QStringList& ring)
+{
+    for (int length : kMarqueeLengths) {
+        const QString path = dir.filePath(QStringLiteral("ring-%1-%2.png").arg(horizontal ? 'h' : 'v').arg(length));
+        const QImage picture = horizontal ? makePicture(length, kHeight) : makePicture(kWidth, length);
+        if (!picture.save(path))
+            return false;
+        ring << path;
+    }
+    return true;
 }
 
 } // namespace
@@ -300,8 +462,9 @@ int main(int argc, char** argv)
 
     QTemporaryDir dir;
     g_picturePath = dir.filePath(QStringLiteral("picture.png"));
-    if (!dir.isValid() || !makePicture(kWidth, kHeight).save(g_picturePath)) {
-        std::fprintf(stderr, "effectbench: could not write %s\n", qPrintable(g_picturePath));
+    if (!dir.isValid() || !makePicture(kWidth, kHeight).save(g_picturePath) || !writeRing(dir, true, g_horizontalRing)
+        || !writeRing(dir, false, g_verticalRing)) {
+        std::fprintf(stderr, "effectbench: could not write the pictures into %s\n", qPrintable(dir.path()));
         return 1;
     }
 

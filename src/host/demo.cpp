@@ -1,6 +1,7 @@
 #include "demo.h"
 
 #include "gifwriter.h"
+#include "picturemarquee.h"
 
 #include <QDir>
 #include <QFont>
@@ -11,19 +12,34 @@
 #include <QPainterPath>
 #include <QtMath>
 
+#include <nlohmann/json.hpp>
+
 #include <cmath>
 
 namespace {
 
-// Screen and grid of the demo: a title strip above two rows of three tiles.
+// Screen of the demo, top to bottom: a title strip, two rows of three tiles, the strip of the
+// folded region and the ticker.
 constexpr int kScreenWidth = 1280;
 constexpr int kScreenHeight = 720;
 constexpr int kTitleHeight = 72;
 constexpr int kGap = 8;
 constexpr int kColumns = 3;
 constexpr int kRows = 2;
+
+constexpr int kTickerHeight = 48;
+constexpr int kTickerTop = kScreenHeight - kGap - kTickerHeight;
+constexpr int kFoldHeight = 100;
+constexpr int kFoldTop = kTickerTop - kGap - kFoldHeight;
+// Three boxes with clear gaps between them, so that the slices of one picture read as such.
+constexpr int kFoldBoxes = 3;
+constexpr int kFoldBoxWidth = 384;
+constexpr int kFoldBoxGap = 48;
+constexpr int kFoldMargin = (kScreenWidth - kFoldBoxes * kFoldBoxWidth - (kFoldBoxes - 1) * kFoldBoxGap) / 2;
+static_assert(kFoldMargin >= 0, "the fold boxes fit the screen");
+
 constexpr int kTileWidth = (kScreenWidth - (kColumns + 1) * kGap) / kColumns;
-constexpr int kTileHeight = (kScreenHeight - kTitleHeight - (kRows + 1) * kGap) / kRows;
+constexpr int kTileHeight = (kFoldTop - kTitleHeight - (kRows + 1) * kGap) / kRows;
 constexpr int kPictureTiles = 5; // the sixth tile holds the animation
 constexpr int kRandomTile = kPictureTiles - 1; // takes code 1 for every picture
 constexpr int kFixedTiles = kPictureTiles - 1; // take demoEffects() in turn
@@ -42,9 +58,31 @@ constexpr int kAnimationDelayMs = 80;
 constexpr int kTitleId = 1;
 constexpr int kAnimationId = 900;
 constexpr int kTileIdBase = 100;
+constexpr int kFoldIdBase = 800;
+constexpr int kTickerId = 950;
+
+constexpr int kFoldDurationMs = 3000;
+constexpr int kFoldEffectTimeMs = 1200;
+
+// An even ticker of 250 pixels a second, with a wider space where the ring closes.
+constexpr int kTickerCode = 244;
+constexpr int kTickerIntervalMs = 20;
+constexpr int kTickerStep = 5;
+constexpr int kTickerGap = 48;
+constexpr int kTickerMargin = 8; // transparent, left and right of each pill: the space between tiles
+constexpr int kTickerPadding = 18; // inside a pill, around its text
 
 const QColor kScreenBackground { 0x12, 0x14, 0x1a };
 const QString kPicture = QStringLiteral("picture");
+
+// What the folded region's pictures come up with, one after the other.
+const QVector<DemoEffect> kFoldEffects { { 0xF2, "openToBothSide" }, { 0x10, "extendLeft" }, { 0x90, "wheelRotate" } };
+
+// Different lengths on purpose: the marquee runs pictures at their own width.
+const QStringList kTickerTexts { QStringLiteral("NOW PLAYING"), QStringLiteral("mediahost demo"),
+    QStringLiteral("picture marquee \u00b7 code 244 (0xF4)"), QStringLiteral("tiles of their own width"),
+    QStringLiteral("%1 px every %2 ms").arg(kTickerStep).arg(kTickerIntervalMs),
+    QStringLiteral("above: one picture cut into three boxes"), QStringLiteral("ring of pictures") };
 
 QRect tileRect(int slot)
 {
@@ -140,6 +178,79 @@ QImage drawSlide(const QSize& size, int tile, int picture, const DemoEffect& eff
     painter.drawText(textArea, Qt::AlignLeft | Qt::AlignVCenter, name);
     painter.setFont(codeFont);
     painter.drawText(textArea, Qt::AlignRight | Qt::AlignVCenter, code);
+    return image;
+}
+
+// A banner as wide as the three fold boxes together: a gradient, a wave and a line of text that
+// run across the whole width, so that the boxes plainly show three slices of one picture.
+QImage drawFoldBanner(const QSize& size, int picture, const DemoEffect& effect)
+{
+    const int hue = (200 + picture * 110) % 360;
+    QImage image(size, QImage::Format_ARGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+
+    QLinearGradient gradient(0, 0, size.width(), 0);
+    gradient.setColorAt(0, QColor::fromHsv(hue, 200, 230));
+    gradient.setColorAt(0.5, QColor::fromHsv((hue + 60) % 360, 210, 200));
+    gradient.setColorAt(1, QColor::fromHsv((hue + 120) % 360, 220, 170));
+    painter.fillRect(image.rect(), gradient);
+
+    // A ruler along the bottom edge, a longer mark every fourth.
+    constexpr int kTickSpacing = 32;
+    painter.setPen(QPen(QColor(255, 255, 255, 120), 2));
+    for (int x = 0; x < size.width(); x += kTickSpacing) {
+        const int length = x % (4 * kTickSpacing) == 0 ? size.height() / 6 : size.height() / 12;
+        painter.drawLine(x, size.height() - length, x, size.height());
+    }
+
+    QPainterPath wave;
+    const double middle = size.height() * 0.42;
+    const double amplitude = size.height() * 0.25;
+    for (int x = 0; x <= size.width(); x += 4) {
+        const double y = middle + amplitude * std::sin(2 * M_PI * x / (size.width() / 2.5) + picture);
+        if (x == 0)
+            wave.moveTo(x, y);
+        else
+            wave.lineTo(x, y);
+    }
+    painter.setPen(QPen(QColor(255, 255, 255, 90), 8, Qt::SolidLine, Qt::RoundCap));
+    painter.drawPath(wave);
+
+    painter.setPen(Qt::white);
+    painter.setFont(pixelFont(size.height() * 40 / 100, true));
+    painter.drawText(QRect(0, 0, size.width(), size.height() * 66 / 100), Qt::AlignCenter,
+        QStringLiteral("ONE WIDE PICTURE \u00b7 THREE BOXES \u00b7 %1").arg(picture + 1));
+    painter.setFont(pixelFont(size.height() * 17 / 100, false));
+    painter.drawText(QRect(0, size.height() * 62 / 100, size.width(), size.height() * 26 / 100), Qt::AlignCenter,
+        QStringLiteral("fold, 3 boxes side by side \u00b7 brought in by %1 (0x%2)")
+            .arg(QString::fromLatin1(effect.name))
+            .arg(QStringLiteral("%1").arg(effect.code, 2, 16, QLatin1Char('0')).toUpper()));
+    return image;
+}
+
+// A pill of text on a transparent ground, as wide as its text; the margins keep tiles apart.
+QImage drawTickerTile(int height, int index, const QString& text)
+{
+    const QFont font = pixelFont(height * 44 / 100, true);
+    const int textWidth = QFontMetrics(font).horizontalAdvance(text);
+    const int bullet = height / 5;
+    QImage image(textWidth + 2 * kTickerPadding + bullet * 2 + 2 * kTickerMargin, height, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    const QRectF pill = QRectF(image.rect()).adjusted(kTickerMargin, height / 8.0, -kTickerMargin, -height / 8.0);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromHsv((index * 53 + 10) % 360, 190, 200));
+    painter.drawRoundedRect(pill, pill.height() / 2, pill.height() / 2);
+    painter.setBrush(QColor(255, 255, 255, 220));
+    painter.drawEllipse(QPointF(pill.left() + kTickerPadding, pill.center().y()), bullet / 2.0, bullet / 2.0);
+    painter.setPen(Qt::white);
+    painter.setFont(font);
+    painter.drawText(pill.adjusted(kTickerPadding + bullet * 1.5, 0, -kTickerPadding / 2.0, 0),
+        Qt::AlignLeft | Qt::AlignVCenter, text);
     return image;
 }
 
@@ -264,6 +375,49 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
         }
         playlist.regions << region;
     }
+
+    // One region whose three boxes lie apart on the screen; its pictures are as wide as the boxes together.
+    PlaylistRegion fold;
+    fold.name = kDemoFoldRegion;
+    fold.geometry = QRect(0, kFoldTop, kScreenWidth, kFoldHeight);
+    ns::Fold boxes;
+    boxes.enabled = true;
+    boxes.count = kFoldBoxes;
+    boxes.orientation = ns::ORIENTATION_HORIZONTAL;
+    for (int box = 0; box < kFoldBoxes; ++box)
+        boxes.rects.push_back({ kFoldMargin + box * (kFoldBoxWidth + kFoldBoxGap), 0, kFoldBoxWidth, kFoldHeight });
+    for (int picture = 0; picture < kFoldEffects.size(); ++picture) {
+        const DemoEffect& effect = kFoldEffects.at(picture);
+        const QString path = dir.filePath(QStringLiteral("fold-%1.png").arg(picture + 1));
+        if (!savePicture(drawFoldBanner(QSize(kFoldBoxes * kFoldBoxWidth, kFoldHeight), picture, effect), path, error))
+            return false;
+        PlaylistItem item
+            = pictureItem(kFoldIdBase + picture, path, kFoldDurationMs, effect.code, kFoldEffectTimeMs, picture + 1);
+        item.widget.fold = boxes;
+        fold.items << item;
+    }
+    playlist.regions << fold;
+
+    PlaylistRegion ticker;
+    ticker.name = kDemoTickerRegion;
+    ticker.geometry = QRect(kGap, kTickerTop, kScreenWidth - 2 * kGap, kTickerHeight);
+    nlohmann::json tiles = nlohmann::json::array();
+    for (int tile = 0; tile < kTickerTexts.size(); ++tile) {
+        const QString path = dir.filePath(QStringLiteral("ticker-%1.png").arg(tile + 1));
+        if (!savePicture(drawTickerTile(kTickerHeight, tile, kTickerTexts.at(tile)), path, error))
+            return false;
+        tiles.push_back(path.toStdString());
+    }
+    const nlohmann::json marquee { { "pictures", tiles }, { "code", kTickerCode }, { "interval", kTickerIntervalMs },
+        { "step", kTickerStep }, { "useGap", true }, { "gap", kTickerGap } };
+    PlaylistItem tickerItem;
+    tickerItem.kind = kPictureMarqueeKind;
+    tickerItem.number = 1;
+    tickerItem.widget.id = kTickerId;
+    tickerItem.widget.duration = playlistdefaults::kItemDurationMs;
+    tickerItem.widget.jsonText = marquee.dump();
+    ticker.items << tickerItem;
+    playlist.regions << ticker;
 
     PlaylistRegion animation;
     animation.name = QStringLiteral("animation");

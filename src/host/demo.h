@@ -19,7 +19,13 @@ const QVector<DemoEffect>& demoEffects();
 /// for each of its pictures.
 inline constexpr DemoEffect kDemoRandomEffect { 1, "random" };
 
+/// The region whose pictures run through a fold of three boxes that lie apart.
+inline const QString kDemoFoldRegion = QStringLiteral("fold");
+/// The region of the picture marquee, a ticker along the bottom edge.
+inline const QString kDemoTickerRegion = QStringLiteral("ticker");
+
 /// Builds the demo: a 1280x720 screen with a title strip, picture tiles that loop through
-/// demoEffects(), one tile on code 1, and one animated picture. Its pictures are drawn here and written into
-/// `pictureDir`, which must exist. False with a message if a picture cannot be written.
+/// demoEffects(), one tile on code 1, one animated picture, a folded region whose wide pictures
+/// run over three separate boxes, and a picture marquee. Its pictures are drawn here and written
+/// into `pictureDir`, which must exist. False with a message if a picture cannot be written.
 bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* error);

@@ -1,11 +1,14 @@
 #include "playerfactory.h"
 
+#include "picturemarquee.h"
+
 #include <effectInfo.h>
 
 PlayerFactory PlayerFactory::withBuiltinPlayers()
 {
     PlayerFactory factory;
     factory.registerKind<EffectInfo>(QStringLiteral("picture"));
+    factory.registerKind<PictureMarquee>(kPictureMarqueeKind);
     return factory;
 }
 

@@ -1,5 +1,7 @@
 #include "playlist.h"
 
+#include "picturemarquee.h"
+
 #include <jsonrecords.h>
 
 #include <QDir>
@@ -54,6 +56,28 @@ QString resolvePath(const QString& path, const QString& baseDir)
     if (path.isEmpty() || isUrl(path) || !QDir::isRelativePath(path))
         return path;
     return QDir::cleanPath(QDir(baseDir).absoluteFilePath(path));
+}
+
+// A marquee's pictures sit in its jsonText; relative ones resolve like `path`. Text that does not
+// read is left as it is, for the player to say what is wrong with it. Returns the pictures.
+QStringList resolveMarqueePictures(std::string& jsonText, const QString& baseDir)
+{
+    json record = json::parse(jsonText, nullptr, false);
+    if (record.is_discarded() || !record.is_object())
+        return {};
+    const auto pictures = record.find("pictures");
+    if (pictures == record.end() || !pictures->is_array())
+        return {};
+    QStringList resolved;
+    for (json& picture : *pictures) {
+        if (!picture.is_string())
+            continue;
+        const QString path = resolvePath(fromJsonString(picture.get<std::string>()), baseDir);
+        picture = path.toStdString();
+        resolved << path;
+    }
+    jsonText = record.dump();
+    return resolved;
 }
 
 QString regionLabel(const QString& name)
@@ -222,9 +246,13 @@ private:
             m_result.errors << QStringLiteral("%1: %2; item left out").arg(label, problem);
             return;
         }
-        if (item.kind == playlistdefaults::kKind && !item.widget.path.empty()) {
-            const QString path = fromJsonString(item.widget.path);
-            if (!isUrl(path) && !QFileInfo::exists(path))
+        QStringList pictures;
+        if (item.kind == playlistdefaults::kKind && !item.widget.path.empty())
+            pictures << fromJsonString(item.widget.path);
+        else if (item.kind == kPictureMarqueeKind)
+            pictures = resolveMarqueePictures(item.widget.jsonText, m_baseDir);
+        for (const QString& path : qAsConst(pictures)) {
+            if (!path.isEmpty() && !isUrl(path) && !QFileInfo::exists(path))
                 m_result.warnings << QStringLiteral("%1: picture file %2 does not exist").arg(label, path);
         }
         region.items << item;

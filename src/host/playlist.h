@@ -12,7 +12,7 @@
 
 /// One media item of a region: which player shows it and the description that player gets.
 struct PlaylistItem {
-    QString kind; ///< key of the player factory: "picture", "text", "office", "rss"
+    QString kind; ///< key of the player factory: "picture", "picture-marquee", "text", "office", "rss"
     ns::Widget widget;
     int number = 0; ///< 1-based position in the region's list as written, for log lines
 };
@@ -51,8 +51,8 @@ inline const QColor kBackground { Qt::black };
 inline const QString kKind { QStringLiteral("picture") };
 } // namespace playlistdefaults
 
-/// Reads a playlist from its JSON text. Relative `path` values of the items resolve against
-/// `baseDir`. Never throws.
+/// Reads a playlist from its JSON text. Relative `path` values of the items, and the pictures of
+/// a picture marquee, resolve against `baseDir`. Never throws.
 PlaylistLoad parsePlaylist(const QByteArray& json, const QString& baseDir);
 
 /// Reads the playlist file `fileName`; relative paths resolve against the file's directory.

@@ -1,12 +1,16 @@
-// The reference host: playlist reading, the calling order it keeps with its players, how it
-// survives bad items, and the program itself with its demo and contact sheet.
+// The reference host: playlist reading, its picture-marquee player, the calling order it keeps
+// with its players, how it survives bad items, and the program itself with its demo and contact
+// sheet.
 #include "logcapture.h"
 #include "testpictures.h"
 
 #include <capture.h>
+#include <demo.h>
 #include <effectdisplay.h>
 #include <gallery.h>
 #include <hostscreen.h>
+#include <jsonrecords.h>
+#include <picturemarquee.h>
 #include <playerfactory.h>
 #include <playlist.h>
 
@@ -18,6 +22,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
+
+#include <nlohmann/json.hpp>
 
 #include <memory>
 #include <stdexcept>
@@ -187,6 +193,47 @@ bool anyContains(const QStringList& messages, const QString& needle)
     return false;
 }
 
+// The marquee tests run quick belts, so that a whole turn of the ring takes well under a second.
+constexpr int kMarqueeIntervalMs = 10;
+constexpr int kMarqueeStep = 2;
+// Waits for the belt cover many turns of the ring at its own pace.
+constexpr int kMarqueeWaitMs = 15000;
+
+// Where the pixels near `colour` lie on the middle line of `frame` along one axis: the first and
+// last index, or (-1, -1) when there are none.
+QPair<int, int> extentOf(const QImage& frame, const QColor& colour, bool horizontal)
+{
+    QPair<int, int> extent(-1, -1);
+    const int length = horizontal ? frame.width() : frame.height();
+    for (int i = 0; i < length; ++i) {
+        const QRgb pixel = horizontal ? frame.pixel(i, frame.height() / 2) : frame.pixel(frame.width() / 2, i);
+        if (!testpictures::near(pixel, colour, 4))
+            continue;
+        if (extent.first < 0)
+            extent.first = i;
+        extent.second = i;
+    }
+    return extent;
+}
+
+QImage solid(const QSize& size, const QColor& colour)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(colour);
+    return image;
+}
+
+// Pixels of `frame` inside `area` that differ from `background`.
+int paintedPixels(const QImage& frame, const QRect& area, const QColor& background)
+{
+    int painted = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x)
+            painted += !testpictures::near(frame.pixel(x, y), background, 2);
+    }
+    return painted;
+}
+
 struct RunResult {
     int exitCode = -1;
     QString out;
@@ -215,6 +262,11 @@ private slots:
     void shippedPlaylistsParse_data();
     void shippedPlaylistsParse();
 
+    void marqueeSettings_data();
+    void marqueeSettings();
+    void marqueePicturePaths_data();
+    void marqueePicturePaths();
+
     void pickEvenly_data();
     void pickEvenly();
 
@@ -222,6 +274,11 @@ private slots:
     void badItemsAreLeftOut_data();
     void badItemsAreLeftOut();
     void laterRegionsStayInFront();
+    void marqueeRuns_data();
+    void marqueeRuns();
+    void marqueeInHost_data();
+    void marqueeInHost();
+    void demoFoldAndTicker();
 
     void demoWritesContactSheet();
     void programSurvivesBadRegions_data();
@@ -474,6 +531,11 @@ void TestMediaHost::parseWarnings_data()
         "{\"name\": \"r\", \"width\": 10, \"height\": 10, \"item\": {\"widget\": {\"path\": "
         "\"nowhere.png\"}}}") << "region 'r' item 1: picture file /base/nowhere.png does not exist"
                                           << "r";
+    QTest::newRow("missing marquee picture")
+        << withRegion("{\"name\": \"r\", \"width\": 10, \"height\": 10, \"item\": {\"kind\": \"picture-marquee\", "
+                      "\"widget\": {\"jsonText\": {\"pictures\": [\"/\", \"gone.png\"]}}}}")
+        << "region 'r' item 1: picture file /base/gone.png does not exist"
+        << "r";
     QTest::newRow("background not a colour") << QByteArray(
         "{\"screen\": {\"background\": \"plaid\"}, \"regions\": [{\"width\": 1, \"height\": 1, "
         "\"item\": {\"widget\": {}}}]}") << "screen: background \"plaid\" is not a colour"
@@ -552,6 +614,127 @@ void TestMediaHost::shippedPlaylistsParse()
         }
     }
     QVERIFY2(loops, "the example shows a region that loops");
+}
+
+void TestMediaHost::marqueeSettings_data()
+{
+    QTest::addColumn<QByteArray>("jsonText");
+    QTest::addColumn<QString>("error"); // empty: the text reads
+    QTest::addColumn<QStringList>("pictures");
+    QTest::addColumn<QList<int>>("numbers"); // code, interval, step, gap, useGap
+
+    QTest::newRow("defaults") << QByteArray("{\"pictures\": [\"a.png\"]}") << "" << QStringList { "a.png" }
+                              << QList<int> { 244, 20, 2, 0, 0 };
+    QTest::newRow("every key") << QByteArray("{\"pictures\": [\"a.png\", \"b.png\", \"a.png\"], \"code\": 247, "
+                                             "\"interval\": 10, \"step\": 0, \"gap\": 30, \"useGap\": true}")
+                               << "" << QStringList { "a.png", "b.png", "a.png" } << QList<int> { 247, 10, 0, 30, 1 };
+    QTest::newRow("unknown keys are ignored")
+        << QByteArray("{\"pictures\": [\"a.png\"], \"speed\": \"fast\", \"code\": 245}") << ""
+        << QStringList { "a.png" } << QList<int> { 245, 20, 2, 0, 0 };
+
+    const QStringList none;
+    const QList<int> noNumbers;
+    QTest::newRow("not JSON") << QByteArray("pictures: a.png") << "jsonText is not valid JSON" << none << noNumbers;
+    QTest::newRow("empty text") << QByteArray("") << "jsonText is not valid JSON" << none << noNumbers;
+    QTest::newRow("a list") << QByteArray("[\"a.png\"]") << "jsonText must be a JSON object, not array" << none
+                            << noNumbers;
+    QTest::newRow("no pictures") << QByteArray("{\"code\": 244}") << "needs a non-empty \"pictures\" list" << none
+                                 << noNumbers;
+    QTest::newRow("empty pictures") << QByteArray("{\"pictures\": []}") << "needs a non-empty \"pictures\" list" << none
+                                    << noNumbers;
+    QTest::newRow("pictures not a list") << QByteArray("{\"pictures\": \"a.png\"}")
+                                         << "needs a non-empty \"pictures\" list" << none << noNumbers;
+    QTest::newRow("picture not a name") << QByteArray("{\"pictures\": [\"a.png\", 3]}") << "\"pictures\" holds 3"
+                                        << none << noNumbers;
+    QTest::newRow("empty picture name") << QByteArray("{\"pictures\": [\"\"]}") << "\"pictures\" holds \"\"" << none
+                                        << noNumbers;
+    QTest::newRow("code of another effect")
+        << QByteArray("{\"pictures\": [\"a.png\"], \"code\": 16}")
+        << "\"code\" is 16; it must be a whole number from 244 to 247" << none << noNumbers;
+    QTest::newRow("code past the last") << QByteArray("{\"pictures\": [\"a.png\"], \"code\": 248}") << "\"code\" is 248"
+                                        << none << noNumbers;
+    QTest::newRow("zero interval") << QByteArray("{\"pictures\": [\"a.png\"], \"interval\": 0}")
+                                   << "\"interval\" is 0; it must be a whole number from 1 to 60000" << none
+                                   << noNumbers;
+    QTest::newRow("negative step") << QByteArray("{\"pictures\": [\"a.png\"], \"step\": -2}") << "\"step\" is -2"
+                                   << none << noNumbers;
+    QTest::newRow("fractional step") << QByteArray("{\"pictures\": [\"a.png\"], \"step\": 1.5}") << "\"step\" is 1.5"
+                                     << none << noNumbers;
+    QTest::newRow("absurd gap") << QByteArray("{\"pictures\": [\"a.png\"], \"gap\": 10000000000}")
+                                << "\"gap\" is 10000000000" << none << noNumbers;
+    QTest::newRow("gap as text") << QByteArray("{\"pictures\": [\"a.png\"], \"gap\": \"20\"}") << "\"gap\" is \"20\""
+                                 << none << noNumbers;
+    QTest::newRow("useGap as a number") << QByteArray("{\"pictures\": [\"a.png\"], \"useGap\": 1}")
+                                        << "\"useGap\" is 1; it must be true or false" << none << noNumbers;
+}
+
+void TestMediaHost::marqueeSettings()
+{
+    QFETCH(QByteArray, jsonText);
+    QFETCH(QString, error);
+    QFETCH(QStringList, pictures);
+    QFETCH(QList<int>, numbers);
+
+    PictureMarqueeSettings settings;
+    settings.code = 246; // a failed read leaves the settings alone
+    QString message;
+    const bool ok = readPictureMarqueeSettings(jsonText.toStdString(), settings, &message);
+    if (!error.isEmpty()) {
+        QVERIFY(!ok);
+        QVERIFY2(message.contains(error), qPrintable(message));
+        QCOMPARE(settings.code, 246);
+        QVERIFY(settings.pictures.isEmpty());
+        return;
+    }
+    QVERIFY2(ok, qPrintable(message));
+    QCOMPARE(settings.pictures, pictures);
+    QCOMPARE(
+        (QList<int> { settings.code, settings.interval, settings.step, settings.gap, int(settings.useGap) }), numbers);
+}
+
+void TestMediaHost::marqueePicturePaths_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QByteArray>("jsonText"); // as written in the playlist
+    QTest::addColumn<QStringList>("expected"); // empty: the text is passed on unchanged
+
+    const QString marquee = kPictureMarqueeKind;
+    QTest::newRow("embedded object") << marquee
+                                     << QByteArray("{\"pictures\": [\"a.png\", \"../b.png\", \"/srv/c.png\", "
+                                                   "\"https://example.org/d.png\"], \"code\": 246}")
+                                     << QStringList { "/base/dir/a.png", "/base/b.png", "/srv/c.png",
+                                            "https://example.org/d.png" };
+    QTest::newRow("quoted text") << marquee
+                                 << QByteArray("\"{\\\"pictures\\\": [\\\"sub/./a.png\\\"], \\\"code\\\": 246}\"")
+                                 << QStringList { "/base/dir/sub/a.png" };
+    QTest::newRow("text that does not read") << marquee << QByteArray("\"pictures: a.png\"") << QStringList {};
+    QTest::newRow("another kind") << QStringLiteral("rss") << QByteArray("{\"pictures\": [\"a.png\"], \"code\": 246}")
+                                  << QStringList {};
+}
+
+void TestMediaHost::marqueePicturePaths()
+{
+    QFETCH(QString, kind);
+    QFETCH(QByteArray, jsonText);
+    QFETCH(QStringList, expected);
+    const QByteArray json = "{\"regions\": [{\"name\": \"r\", \"width\": 10, \"height\": 10, \"item\": {\"kind\": \""
+        + kind.toUtf8() + "\", \"widget\": {\"jsonText\": " + jsonText + "}}}]}";
+    const PlaylistLoad load = parsePlaylist(json, QStringLiteral("/base/dir"));
+    QVERIFY2(load.ok, qPrintable(load.errors.join('\n')));
+    const std::string passedOn = load.playlist.regions.at(0).items.at(0).widget.jsonText;
+
+    if (expected.isEmpty()) {
+        // What the player gets is what the playlist says, to the byte.
+        ns::Widget unchanged;
+        ns::from_json(nlohmann::json::parse(json.constData())["regions"][0]["item"]["widget"], unchanged);
+        QCOMPARE(QString::fromStdString(passedOn), QString::fromStdString(unchanged.jsonText));
+        return;
+    }
+    PictureMarqueeSettings settings;
+    QString error;
+    QVERIFY2(readPictureMarqueeSettings(passedOn, settings, &error), qPrintable(error));
+    QCOMPARE(settings.pictures, expected);
+    QCOMPARE(settings.code, 246); // the other keys are kept
 }
 
 void TestMediaHost::pickEvenly_data()
@@ -739,6 +922,254 @@ void TestMediaHost::laterRegionsStayInFront()
     screen.stop();
 }
 
+void TestMediaHost::marqueeRuns_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<bool>("useGap");
+    QTest::addColumn<bool>("missingPicture"); // a file in the list that does not exist
+
+    QTest::newRow("244 right to left") << 244 << false << false;
+    QTest::newRow("245 left to right") << 245 << false << false;
+    QTest::newRow("246 up") << 246 << false << false;
+    QTest::newRow("247 down") << 247 << false << false;
+    QTest::newRow("244 with a gap") << 244 << true << false;
+    QTest::newRow("247 with a gap") << 247 << true << false;
+    QTest::newRow("245 with a missing picture") << 245 << true << true;
+}
+
+void TestMediaHost::marqueeRuns()
+{
+    QFETCH(int, code);
+    QFETCH(bool, useGap);
+    QFETCH(bool, missingPicture);
+    const bool horizontal = code == 244 || code == 245;
+    const bool forward = code == 245 || code == 247;
+
+    // Three tiles of different lengths across a strip; red is the one the test follows.
+    const int across = 24;
+    const QSize strip = horizontal ? QSize(160, across) : QSize(across, 160);
+    const auto tile = [&](int length) { return horizontal ? QSize(length, across) : QSize(across, length); };
+    const QString tag = QString::fromLatin1(QTest::currentDataTag()).replace(' ', '-');
+    QStringList pictures;
+    pictures << testpictures::savePng(solid(tile(30), testpictures::kTopLeft), m_dir.path(), tag + "-red.png");
+    if (missingPicture)
+        pictures << m_dir.filePath(QStringLiteral("no-such-tile.png"));
+    pictures << testpictures::savePng(solid(tile(50), testpictures::kTopRight), m_dir.path(), tag + "-green.png")
+             << testpictures::savePng(solid(tile(40), testpictures::kBottomLeft), m_dir.path(), tag + "-blue.png");
+    QVERIFY(!pictures.contains(QString()));
+
+    nlohmann::json settings { { "code", code }, { "interval", kMarqueeIntervalMs }, { "step", kMarqueeStep },
+        { "useGap", useGap }, { "gap", 12 } };
+    for (const QString& picture : qAsConst(pictures))
+        settings["pictures"].push_back(picture.toStdString());
+    ns::Widget widget;
+    widget.id = 7;
+    widget.jsonText = settings.dump();
+
+    LogCapture log;
+    QWidget parent;
+    parent.resize(strip);
+    const PlayerFactory::Player player = PlayerFactory::withBuiltinPlayers().create(kPictureMarqueeKind, &parent);
+    QVERIFY(player);
+    QList<EnumMediaStatus> statuses;
+    QCOMPARE(player.play->iInit(widget, [&statuses](EnumMediaStatus status) { statuses << status; }), 0);
+    QCOMPARE(player.play->iPlay(), 0);
+    QCOMPARE(player.widget->size(), strip);
+    parent.show();
+    QTRY_COMPARE_WITH_TIMEOUT(statuses, QList<EnumMediaStatus> { MediaReady }, kMarqueeWaitMs);
+
+    // Two frames in a row with the red tile wholly inside the strip, at different places: the
+    // step between them shows the direction.
+    QPair<int, int> before(-1, -1);
+    int moved = 0;
+    const auto redMoves = [&] {
+        const QPair<int, int> now = extentOf(parent.grab().toImage(), testpictures::kTopLeft, horizontal);
+        const int length = horizontal ? strip.width() : strip.height();
+        const bool inside = now.first > 0 && now.second < length - 1 && now.second - now.first == 29;
+        if (inside && before.first > 0 && now.first != before.first)
+            moved = now.first - before.first;
+        before = inside ? now : qMakePair(-1, -1);
+        return moved != 0;
+    };
+    QVERIFY2(QTest::qWaitFor(redMoves, kMarqueeWaitMs), "the red tile never ran across the strip");
+    QVERIFY2(forward ? moved > 0 : moved < 0, qPrintable(QStringLiteral("moved by %1").arg(moved)));
+    QVERIFY2(qAbs(moved) < 40, qPrintable(QStringLiteral("moved by %1").arg(moved)));
+
+    // The others come round too, each at its own length.
+    for (const auto& [colour, length] :
+        { qMakePair(testpictures::kTopRight, 50), qMakePair(testpictures::kBottomLeft, 40) }) {
+        const auto whole = [&, colour = colour, length = length] {
+            const QPair<int, int> extent = extentOf(parent.grab().toImage(), colour, horizontal);
+            return extent.first > 0 && extent.second - extent.first == length - 1;
+        };
+        QVERIFY2(QTest::qWaitFor(whole, kMarqueeWaitMs), qPrintable(colour.name()));
+    }
+
+    // Pausing does not stop a marquee.
+    auto* marquee = static_cast<PictureMarquee*>(player.play);
+    QVERIFY(marquee->display());
+    const auto* timer = marquee->display()->findChild<QTimer*>(QStringLiteral("marqueeTimer"));
+    QVERIFY(timer && timer->isActive());
+    player.play->iPause();
+    QVERIFY(timer->isActive());
+    QCOMPARE(player.play->iResume(), 0);
+    QVERIFY(timer->isActive());
+
+    player.widget->hide();
+    player.play->iStop();
+    player.play->iDestory();
+    QVERIFY(!marquee->display());
+    player.play->iDestory();
+    delete player.widget;
+
+    QCOMPARE(log.count(QStringLiteral("cannot load picture")), missingPicture ? 1 : 0);
+    QVERIFY2(log.unexpectedErrors().isEmpty(), qPrintable(log.unexpectedErrors().join('\n')));
+}
+
+void TestMediaHost::marqueeInHost_data()
+{
+    QTest::addColumn<QByteArray>("jsonText"); // "TILE" stands for the path of a good tile
+    QTest::addColumn<QString>("error"); // empty: the marquee runs
+
+    QTest::newRow("good") << QByteArray("{\"pictures\": [\"TILE\", \"TILE\"], \"interval\": 10, \"step\": 3}") << "";
+    QTest::newRow("not JSON") << QByteArray("pictures = TILE") << "picture-marquee 5: jsonText is not valid JSON: ";
+    QTest::newRow("no pictures key")
+        << QByteArray("{\"picture\": \"TILE\"}")
+        << "picture-marquee 5: jsonText needs a non-empty \"pictures\" list of file names; "
+           "nothing is shown";
+    QTest::newRow("code of another effect")
+        << QByteArray("{\"pictures\": [\"TILE\"], \"code\": 1}") << "picture-marquee 5: \"code\" is 1;";
+    QTest::newRow("no picture loads") << QByteArray("{\"pictures\": [\"nowhere.png\", \"/\"]}")
+                                      << "picture-marquee 5: none of its 2 pictures loads; nothing is shown";
+}
+
+void TestMediaHost::marqueeInHost()
+{
+    QFETCH(QByteArray, jsonText);
+    QFETCH(QString, error);
+    const QString tile = testpictures::savePng(solid(QSize(40, 30), testpictures::kTopLeft), m_dir.path(), "tile.png");
+    const QString good = testpictures::savePng(testpictures::quadrants(60, 40), m_dir.path(), "good.png");
+    QVERIFY(!tile.isEmpty() && !good.isEmpty());
+
+    LogCapture log;
+    if (!error.isEmpty())
+        log.expectError(error);
+    PlaylistItem marquee = fakeItem(5, kPictureMarqueeKind);
+    marquee.widget.jsonText = QString::fromUtf8(jsonText).replace(QLatin1String("TILE"), tile).toStdString();
+    PlaylistItem picture = fakeItem(6, QStringLiteral("picture"));
+    picture.widget.effectCode = 0;
+    picture.widget.path = good.toStdString();
+    const QRect tickerRect(0, 0, 400, 30);
+    const QRect pictureRect(0, 100, 60, 40);
+    const Playlist playlist = screenOf({ region(QStringLiteral("ticker"), tickerRect, { marquee }),
+        region(QStringLiteral("good"), pictureRect, { picture }) });
+    HostScreen screen(playlist, PlayerFactory::withBuiltinPlayers());
+    screen.show();
+    screen.start();
+
+    // Both report ready, whatever the marquee makes of its settings.
+    QTRY_VERIFY_WITH_TIMEOUT(log.contains(QStringLiteral("region 'ticker' item 5: status 1")), kMarqueeWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(log.contains(QStringLiteral("region 'good' item 6: status 1")), kMarqueeWaitMs);
+    const auto pictureShows = [&] {
+        const QImage frame = screen.grab().toImage();
+        return testpictures::near(frame.pixel(pictureRect.topLeft() + QPoint(5, 5)), testpictures::kTopLeft)
+            && testpictures::near(frame.pixel(pictureRect.topLeft() + QPoint(50, 30)), testpictures::kBottomRight);
+    };
+    QVERIFY2(QTest::qWaitFor(pictureShows, kMarqueeWaitMs), "the other region shows its picture");
+
+    if (error.isEmpty()) {
+        const auto tileShows = [&] {
+            return extentOf(screen.grab().toImage().copy(tickerRect), testpictures::kTopLeft, true).first >= 0;
+        };
+        QVERIFY2(QTest::qWaitFor(tileShows, kMarqueeWaitMs), "the marquee's tiles come into view");
+    } else {
+        QCOMPARE(log.count(error), 1);
+        // Nothing is shown: no display was made for the marquee, and its strip stays background.
+        QCOMPARE(screen.findChildren<EffectDisplay*>().size(), 1);
+        QCOMPARE(paintedPixels(screen.grab().toImage(), tickerRect, playlist.background), 0);
+    }
+    screen.stop();
+    QVERIFY2(log.unexpectedErrors().isEmpty(), qPrintable(log.unexpectedErrors().join('\n')));
+}
+
+void TestMediaHost::demoFoldAndTicker()
+{
+    QDir dir(m_dir.path());
+    QVERIFY(dir.mkpath(QStringLiteral("demo-pictures")));
+    Playlist playlist;
+    QString error;
+    QVERIFY2(buildDemoPlaylist(dir.filePath(QStringLiteral("demo-pictures")), playlist, &error), qPrintable(error));
+    const PlaylistRegion* fold = findRegion(playlist, kDemoFoldRegion);
+    const PlaylistRegion* ticker = findRegion(playlist, kDemoTickerRegion);
+    QVERIFY(fold && ticker);
+    QCOMPARE(ticker->items.size(), 1);
+    QCOMPARE(ticker->items.first().kind, kPictureMarqueeKind);
+
+    // Three boxes of the fold, apart from each other and within the region.
+    const ns::Fold& boxes = fold->items.first().widget.fold;
+    QVERIFY(boxes.enabled);
+    QCOMPARE(boxes.count, 3);
+    QCOMPARE(int(boxes.rects.size()), 3);
+    QCOMPARE(boxes.orientation, ns::ORIENTATION_HORIZONTAL);
+    QList<QRect> rects;
+    for (const ns::FoldRect& r : boxes.rects)
+        rects << QRect(r.x, r.y, r.width, r.height);
+    for (int i = 0; i < rects.size(); ++i) {
+        QVERIFY(QRect(QPoint(0, 0), fold->geometry.size()).contains(rects.at(i)));
+        if (i > 0)
+            QVERIFY2(rects.at(i).left() > rects.at(i - 1).right() + 1, "a gap lies between the boxes");
+    }
+    for (const PlaylistItem& item : fold->items) {
+        QVERIFY(item.widget.fold.enabled);
+        QVERIFY(item.widget.effectCode != 0);
+    }
+
+    LogCapture log;
+    HostScreen screen(playlist, PlayerFactory::withBuiltinPlayers());
+    screen.show();
+    screen.start();
+
+    // Each box shows its slice of the first banner, once its transition has run; the gaps show
+    // the screen.
+    const QImage banner(QString::fromStdString(fold->items.first().widget.path));
+    QVERIFY(!banner.isNull());
+    QCOMPARE(banner.width(), rects.at(0).width() + rects.at(1).width() + rects.at(2).width());
+    QString mismatch;
+    const auto foldShowsBanner = [&] {
+        const QImage frame = screen.grab().toImage();
+        int sliceStart = 0;
+        for (const QRect& box : rects) {
+            for (int dx : { 10, box.width() / 2, box.width() - 10 }) {
+                const QPoint onScreen = fold->geometry.topLeft() + box.topLeft() + QPoint(dx, 4);
+                const QRgb expected = banner.pixel(sliceStart + dx, 4);
+                if (!testpictures::near(frame.pixel(onScreen), QColor(expected), 12)) {
+                    mismatch = QStringLiteral("(%1, %2)").arg(onScreen.x()).arg(onScreen.y());
+                    return false;
+                }
+            }
+            sliceStart += box.width();
+        }
+        return true;
+    };
+    QVERIFY2(QTest::qWaitFor(foldShowsBanner, kMarqueeWaitMs), qPrintable(mismatch));
+    const QImage frame = screen.grab().toImage();
+    for (int i = 1; i < rects.size(); ++i) {
+        const QRect gap(
+            rects.at(i - 1).right() + 1, 0, rects.at(i).left() - rects.at(i - 1).right() - 1, fold->geometry.height());
+        QCOMPARE(paintedPixels(frame, gap.translated(fold->geometry.topLeft()), playlist.background), 0);
+    }
+
+    // The ticker fills with tiles as they come in from the right.
+    const auto tickerFilled = [&] {
+        return paintedPixels(screen.grab().toImage(), ticker->geometry, playlist.background)
+            > ticker->geometry.width() * ticker->geometry.height() / 4;
+    };
+    QVERIFY2(QTest::qWaitFor(tickerFilled, kMarqueeWaitMs), "the ticker runs");
+    screen.stop();
+    QVERIFY(log.contains(QStringLiteral("region '%1' item 1: status 1").arg(kDemoTickerRegion)));
+    QVERIFY2(log.unexpectedErrors().isEmpty(), qPrintable(log.unexpectedErrors().join('\n')));
+}
+
 void TestMediaHost::demoWritesContactSheet()
 {
     const QString frames = m_dir.filePath(QStringLiteral("demo-frames"));
@@ -747,7 +1178,10 @@ void TestMediaHost::demoWritesContactSheet()
         = run({ QStringLiteral("--demo"), QStringLiteral("--seconds"), QStringLiteral("2"), QStringLiteral("--capture"),
             frames, QStringLiteral("--fps"), QStringLiteral("4"), QStringLiteral("--contact-sheet"), sheetPath });
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
-    QVERIFY2(result.err.contains(QStringLiteral("region 'tile-1' item 1: status 1")), qPrintable(result.err));
+    for (const QString& region : { QStringLiteral("tile-1"), kDemoFoldRegion, kDemoTickerRegion })
+        QVERIFY2(
+            result.err.contains(QStringLiteral("region '%1' item 1: status 1").arg(region)), qPrintable(result.err));
+    QVERIFY2(!result.err.contains(QLatin1String("[error]")), qPrintable(result.err));
 
     const QImage first(QDir(frames).filePath(FrameCapture::frameFileName(1)));
     QCOMPARE(first.size(), QSize(1280, 720));
@@ -781,6 +1215,10 @@ void TestMediaHost::programSurvivesBadRegions_data()
         "{\"name\": \"ghost\", \"width\": 50, \"height\": 50, \"item\": "
         "{\"widget\": {\"id\": 2, \"effectCode\": 16, \"path\": \"absent.png\"}}}")
                                      << "region 'ghost' item 1: picture file";
+    QTest::newRow("marquee settings not JSON")
+        << QByteArray("{\"name\": \"ticker\", \"width\": 50, \"height\": 50, \"item\": {\"kind\": "
+                      "\"picture-marquee\", \"widget\": {\"id\": 2, \"jsonText\": \"pictures: good.png\"}}}")
+        << "picture-marquee 2: jsonText is not valid JSON";
     QTest::newRow("bad geometry") << QByteArray(
         "{\"name\": \"flat\", \"width\": 50, \"height\": 0, \"item\": {\"widget\": {\"id\": 2}}}")
                                   << "region 'flat': \"height\" is 0";
