@@ -166,6 +166,23 @@ void BM_NoEffectPaintEvent(benchmark::State& state)
     countFrames(state);
 }
 
+// Frames of `code` over the whole transition into a kept full-HD target, cleared first as a
+// backing store is before a paint event.
+void paintFrames(benchmark::State& state, EffectDisplay& display, int code)
+{
+    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
+    int step = 0;
+    for (auto _ : state) {
+        const float progress = float(step) / float(kProgressSteps);
+        step = (step + kProgressStride) % (kProgressSteps + 1);
+        target.fill(Qt::transparent);
+        display.renderFrame(target, code, progress);
+        benchmark::ClobberMemory();
+    }
+    benchmark::DoNotOptimize(target.constBits());
+    countFrames(state);
+}
+
 // One frame of effect `code` at a progress that moves on every frame, painted into a kept
 // full-HD target that is cleared first, as a backing store is before a paint event.
 void BM_Effect(benchmark::State& state, int code)
@@ -175,17 +192,7 @@ void BM_Effect(benchmark::State& state, int code)
         state.SkipWithError("the player did not load the picture");
         return;
     }
-    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
-    int step = 0;
-    for (auto _ : state) {
-        const float progress = float(step) / float(kProgressSteps);
-        step = (step + kProgressStride) % (kProgressSteps + 1);
-        target.fill(Qt::transparent);
-        player.display->renderFrame(target, code, progress);
-        benchmark::ClobberMemory();
-    }
-    benchmark::DoNotOptimize(target.constBits());
-    countFrames(state);
+    paintFrames(state, *player.display, code);
 }
 
 bool isHorizontalMarquee(int code)
@@ -292,17 +299,7 @@ void BM_Fold(benchmark::State& state, const QRect (&rects)[3], int code)
         state.SkipWithError("the fold did not place the picture's pieces");
         return;
     }
-    QImage target(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
-    int step = 0;
-    for (auto _ : state) {
-        const float progress = float(step) / float(kProgressSteps);
-        step = (step + kProgressStride) % (kProgressSteps + 1);
-        target.fill(Qt::transparent);
-        player.display->renderFrame(target, code, progress);
-        benchmark::ClobberMemory();
-    }
-    benchmark::DoNotOptimize(target.constBits());
-    countFrames(state);
+    paintFrames(state, *player.display, code);
 }
 
 // "BM_Effect_0x10_extendLeft"
