@@ -1,0 +1,431 @@
+#include "richtextplay.h"
+
+#include <playersettings.h>
+#include <spdlogger.h>
+
+#include <QBrush>
+#include <QFontMetrics>
+#include <QPainter>
+#include <QPen>
+#include <QPointF>
+#include <QRect>
+#include <QRectF>
+
+namespace {
+
+// Underlines of a single piece grow by one pixel per this many pixels of font height.
+constexpr int kUnderlineFontStep = 25;
+constexpr double kUnderlineFontStepF = 25.0;
+constexpr int kBoldWeight = 75;
+constexpr int kRegularWeight = 50;
+
+double lineHeightOf(const QFontMetrics& fm, double lineSpacing)
+{
+    return double(fm.ascent()) + double(fm.descent()) + lineSpacing;
+}
+
+int truncated(double value)
+{
+    return static_cast<int>(value);
+}
+
+} // namespace
+
+RichTextPlay::RichTextPlay(QObject* parent)
+    : QObject(parent)
+{
+}
+
+RichTextPlay::~RichTextPlay() = default;
+
+void RichTextPlay::stop()
+{
+    m_running.exchange(false);
+}
+
+void RichTextPlay::creatImage(const ns::RichTextContent& richTextContant, int width, int height)
+{
+    if (richTextContant.textAttributes.empty()) {
+        PLAYER_LOG(error, " RichTextPlay::creatImage-------- richTextContant.textAttributes is empty");
+        return;
+    }
+    m_underlineThickness = underlineThickness(richTextContant.textAttributes);
+    m_imageWidth = width;
+    m_imageHeight = height;
+    m_content = richTextContant;
+
+    m_pageImage = QImage(width, height, QImage::Format_ARGB32);
+    // An empty or unallocatable page would turn every unit into a file of its own.
+    if (m_pageImage.isNull()) {
+        PLAYER_LOG(error, " RichTextPlay::creatImage-------- cannot make a page of {}x{}", width, height);
+        return;
+    }
+    m_pageImage.fill(0);
+    QPainter painter(&m_pageImage);
+    // Whatever is painted first stays on top: a piece's background goes in after its text.
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
+    painter.setRenderHint(QPainter::Antialiasing);
+
+    int y = 0;
+    for (const ns::Paragraph& paragraph : m_content.paragraphs) {
+        m_lineSpacing = double(paragraph.lineSpacing);
+        m_letterSpacing = paragraph.letterSpacing;
+        m_hAlignment = paragraph.hAlignment;
+        m_vAlignment = paragraph.vAlignment;
+        for (const Line& line : paragraph.lines) {
+            const std::pair<bool, QPoint> result = paintLine(painter, line, m_content.textAttributes, QPoint(0, y));
+            y = result.second.y();
+            if (!result.first)
+                return;
+        }
+    }
+
+    if (y == 0) {
+        emit ImageValueChanged(QStringLiteral("isEmpty"), true);
+        return;
+    }
+    const QString name = saveImage(m_pageImage, truncated(y - m_lineSpacing), m_vAlignment);
+    emit ImageValueChanged(name, true);
+}
+
+std::pair<bool, QPoint> RichTextPlay::paintLine(
+    QPainter& painter, const Line& line, const TextAttributes& textAttributes, QPoint pos)
+{
+    const double pageWidth = m_imageWidth;
+    const double pageHeight = m_imageHeight;
+    double y = pos.y();
+    if (line.empty())
+        return { true, QPoint(0, pos.y()) };
+
+    // Empty runs ahead of the first text are blank lines of their own font's height.
+    if (line.front().text.empty()) {
+        std::size_t i = 0;
+        for (; i < line.size() && line[i].text.empty(); ++i) {
+            applyTextStyle(painter, textAttributes[attributeIndex(line[i].attributeId, textAttributes)]);
+            const double h = lineHeightOf(painter.fontMetrics(), m_lineSpacing);
+            y += h;
+            if (y > pageHeight) {
+                const QString name = saveImage(m_pageImage, truncated(y - h - m_lineSpacing), m_vAlignment);
+                m_pageImage.fill(0);
+                emit ImageValueChanged(name, false);
+                y = h;
+            }
+        }
+        if (i == line.size())
+            return { true, QPoint(0, truncated(y)) };
+    }
+
+    m_hasPending = false;
+    double x = 0;
+    std::size_t run = 0;
+    QString text = QString::fromStdString(line.front().text);
+    QStringList texts;
+    QList<QFont> fonts;
+    QList<SegmentFormat> formats;
+
+    const auto appendSegment = [&](const QString& piece, const QFont& font) {
+        texts.append(piece);
+        fonts.append(font);
+        formats.append(SegmentFormat { font, painter.pen().color(), m_bkColor });
+    };
+    const auto tallestHeight = [&](const QFontMetrics& fallback) {
+        if (fonts.isEmpty())
+            return lineHeightOf(fallback, m_lineSpacing);
+        return lineHeightOf(QFontMetrics(fonts.at(tallestFontIndex(fonts))), m_lineSpacing);
+    };
+    const auto clearSegments = [&]() {
+        m_hasPending = false;
+        texts.clear();
+        fonts.clear();
+        formats.clear();
+    };
+
+    for (;;) {
+        if (!m_running.load())
+            return { false, QPoint(0, truncated(y)) };
+
+        if (text.isEmpty()) {
+            if (++run >= line.size())
+                break;
+            text = QString::fromStdString(line[run].text);
+            m_hasPending = true;
+        }
+
+        applyTextStyle(painter, textAttributes[attributeIndex(line[run].attributeId, textAttributes)]);
+        const QFontMetrics fm = painter.fontMetrics();
+        const double w = fm.horizontalAdvance(text);
+
+        if (!(w > pageWidth - x)) {
+            if (!text.isEmpty()) {
+                appendSegment(text, painter.font());
+                x += w;
+                m_hasPending = true;
+            }
+            if (++run >= line.size())
+                break;
+            text = QString::fromStdString(line[run].text);
+            m_hasPending = true;
+            continue;
+        }
+
+        QString part = cutTextToWidth(text, painter.font(), pageWidth - x);
+        text.remove(0, part.size());
+        // Not one unit fits on a fresh line: take it anyway, or the loop would never advance.
+        if (part.isEmpty() && x == 0 && !text.isEmpty()) {
+            part = text.left(1);
+            text.remove(0, 1);
+        }
+
+        double h;
+        if (m_hasPending) {
+            if (!part.isEmpty())
+                appendSegment(part, painter.font());
+            h = tallestHeight(fm);
+        } else {
+            h = lineHeightOf(fm, m_lineSpacing);
+        }
+        y += h;
+        const double offset = lineOffset(pageWidth, x, fm.horizontalAdvance(part), m_hAlignment);
+
+        const auto paintCut = [&](QPainter& target, double bottom) {
+            if (m_hasPending) {
+                paintSegments(offset, bottom, texts, formats, target);
+                clearSegments();
+            } else {
+                paintText(offset, bottom, part, target);
+            }
+        };
+
+        if (y < pageHeight) {
+            paintCut(painter, y - m_lineSpacing);
+        } else if (h > pageHeight) {
+            if (m_pageDirty)
+                closePage(truncated(y - h), "emit 1 image success");
+            emitOversizeLine(painter, h, offset, m_hasPending, texts, formats, part, "emit 1 image success");
+            clearSegments();
+            y = 0;
+        } else {
+            if (m_pageDirty)
+                closePage(truncated(y - h), "emit 1 image success");
+            y = h;
+            paintCut(painter, h - m_lineSpacing);
+        }
+        x = 0;
+    }
+
+    // End of the line: paint what is collected.
+    if (texts.isEmpty())
+        return { m_running.load(), QPoint(0, truncated(y)) };
+    const double h = tallestHeight(painter.fontMetrics());
+    y += h;
+    const double offset = lineOffset(pageWidth, x, 0, m_hAlignment);
+    if (y < pageHeight) {
+        paintSegments(offset, y - m_lineSpacing, texts, formats, painter);
+        clearSegments();
+        return { m_running.load(), QPoint(0, truncated(y)) };
+    }
+    if (h < pageHeight) {
+        closePage(truncated(y - h), "emit 2 image success");
+        paintSegments(offset, h - m_lineSpacing, texts, formats, painter);
+        clearSegments();
+        return { m_running.load(), QPoint(0, truncated(h)) };
+    }
+    if (m_pageDirty)
+        closePage(truncated(y - h), "emit 2 image success");
+    emitOversizeLine(painter, h, offset, true, texts, formats, QString(), "emit 2 image success");
+    clearSegments();
+    return { m_running.load(), QPoint(0, 0) };
+}
+
+void RichTextPlay::closePage(int height, const char* what)
+{
+    const QString name = saveImage(m_pageImage, height, m_vAlignment);
+    m_pageImage.fill(0);
+    PLAYER_LOG(trace, " RichTextPlay::creatImage======================={}", what);
+    emit ImageValueChanged(name, false);
+}
+
+void RichTextPlay::emitOversizeLine(QPainter& painter, double h, double x, bool pending, const QStringList& texts,
+    const QList<SegmentFormat>& formats, const QString& part, const char* what)
+{
+    const int n = truncated(h);
+    QImage image(m_pageImage.width(), n, QImage::Format_ARGB32);
+    image.fill(0);
+    {
+        QPainter linePainter(&image);
+        linePainter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
+        linePainter.setRenderHint(QPainter::Antialiasing);
+        linePainter.setPen(painter.pen());
+        linePainter.setFont(painter.font());
+        if (pending)
+            paintSegments(x, h - m_lineSpacing, texts, formats, linePainter);
+        else
+            paintText(x, h - m_lineSpacing, part, linePainter);
+    }
+    const QString name = saveImageSpecial(image, m_pageImage.width(), n, n, m_vAlignment);
+    PLAYER_LOG(trace, " RichTextPlay::creatImage======================={}", what);
+    emit ImageValueChanged(name, false);
+}
+
+void RichTextPlay::applyTextStyle(QPainter& painter, const ns::TextAttribute& attribute)
+{
+    const ns::TextStyle& style = attribute.style;
+    m_bkColor.setNamedColor(QString::fromStdString(style.bkColor));
+
+    QPen pen = painter.pen();
+    QColor textColor;
+    textColor.setNamedColor(QString::fromStdString(style.textColor));
+    pen.setColor(textColor);
+    painter.setPen(pen);
+
+    QFont font;
+    font.setStyleHint(QFont::SansSerif, QFont::PreferDefault);
+    if (style.fontFamilies.empty()) {
+        PLAYER_LOG(warn, "RichTextPlay::applyTextStyle: style {} names no font family", attribute.id);
+    } else {
+        QString family = QString::fromStdString(style.fontFamilies.front());
+        PlayerSettings::getInstance().convertFontFamily(family);
+        font.setFamily(family);
+    }
+    font.setUnderline(style.underline);
+    font.setPixelSize(style.pixelSize);
+    font.setLetterSpacing(QFont::AbsoluteSpacing, m_letterSpacing);
+    switch (style.fontStyle) {
+    case ns::FONT_BOLD:
+        font.setWeight(kBoldWeight);
+        break;
+    case ns::FONT_REGULAR:
+        font.setWeight(kRegularWeight);
+        font.setStyle(QFont::StyleNormal);
+        break;
+    case ns::FONT_ITALIC:
+        font.setStyle(QFont::StyleItalic);
+        break;
+    case ns::FONT_BOLD_ITALIC:
+        font.setWeight(kBoldWeight);
+        font.setStyle(QFont::StyleItalic);
+        break;
+    default:
+        break;
+    }
+    painter.setFont(font);
+}
+
+int RichTextPlay::attributeIndex(int id, const TextAttributes& textAttributes)
+{
+    for (std::size_t i = 0; i < textAttributes.size(); ++i) {
+        if (textAttributes[i].id == id)
+            return static_cast<int>(i);
+    }
+    return 0;
+}
+
+QString RichTextPlay::cutTextToWidth(const QString& text, const QFont& font, double maxWidth)
+{
+    const QFontMetrics fm(font);
+    if (maxWidth > fm.horizontalAdvance(text))
+        return text;
+    if (text.size() < 2)
+        return QString();
+    for (int n = 1; n < text.size(); ++n) {
+        if (fm.horizontalAdvance(text, n) > maxWidth)
+            return text.left(n - 1);
+    }
+    return text.left(text.size() - 1);
+}
+
+int RichTextPlay::tallestFontIndex(const QList<QFont>& fonts)
+{
+    int tallest = 0;
+    int index = 0;
+    for (int i = 0; i < fonts.size(); ++i) {
+        const int height = QFontMetrics(fonts.at(i)).height();
+        if (height > tallest) {
+            tallest = height;
+            index = i;
+        }
+    }
+    return index;
+}
+
+double RichTextPlay::lineOffset(double available, double used, double extra, ns::HAlignment alignment)
+{
+    switch (alignment) {
+    case ns::ALIGN_HCENTER:
+        return (available - used - extra) * 0.5;
+    case ns::ALIGN_RIGHT:
+        return available - used - extra;
+    case ns::ALIGN_LEFT:
+    default:
+        return 0;
+    }
+}
+
+double RichTextPlay::underlineThickness(const TextAttributes& textAttributes)
+{
+    double thickness = 1.0;
+    for (const ns::TextAttribute& attribute : textAttributes) {
+        if (attribute.style.underline)
+            thickness = std::max(thickness, double(attribute.style.pixelSize));
+    }
+    if (thickness > kUnderlineFontStepF)
+        return thickness / kUnderlineFontStepF;
+    return 1.0;
+}
+
+void RichTextPlay::paintSegments(
+    double x, double bottom, const QStringList& texts, const QList<SegmentFormat>& formats, QPainter& painter)
+{
+    m_pageDirty = true;
+    for (int i = 0; i < texts.size(); ++i) {
+        const QString& text = texts.at(i);
+        const SegmentFormat& format = formats.at(i);
+
+        QPen pen = painter.pen();
+        pen.setColor(format.textColor);
+        painter.setPen(pen);
+        // The font's own underline is never drawn: the underline below is ours.
+        if (format.font.underline()) {
+            QFont plain = format.font;
+            plain.setUnderline(false);
+            painter.setFont(plain);
+        } else {
+            painter.setFont(format.font);
+        }
+
+        const QFontMetrics fm(format.font);
+        // Each piece stands on the common bottom by its own descent, so sizes line up at the bottom edge.
+        painter.drawText(QPointF(x, bottom - fm.descent()), text);
+        const int width = fm.horizontalAdvance(text);
+        double t;
+        if (texts.size() == 1)
+            t = fm.height() > kUnderlineFontStep ? fm.height() / kUnderlineFontStep : 1;
+        else
+            t = m_underlineThickness;
+        if (format.font.underline())
+            painter.fillRect(QRectF(x, bottom - t, width, t), QBrush(pen.color(), Qt::SolidPattern));
+        painter.fillRect(QRect(truncated(x), truncated(bottom - fm.height()), width, fm.height()),
+            QBrush(format.bkColor, Qt::SolidPattern));
+        x += width;
+    }
+}
+
+void RichTextPlay::paintText(double x, double bottom, const QString& text, QPainter& painter)
+{
+    m_pageDirty = true;
+    const QFont font = painter.font();
+    const QFontMetrics fm(font);
+    if (font.underline()) {
+        QFont plain = font;
+        plain.setUnderline(false);
+        painter.setFont(plain);
+    }
+    painter.drawText(QPointF(x, bottom - fm.descent()), text);
+    const int width = fm.horizontalAdvance(text);
+    const int t = fm.height() > kUnderlineFontStep ? fm.height() / kUnderlineFontStep : 1;
+    if (font.underline())
+        painter.fillRect(
+            QRect(truncated(x), truncated(bottom - t), width, t), QBrush(painter.pen().color(), Qt::SolidPattern));
+    painter.fillRect(QRect(truncated(x), truncated(bottom - fm.ascent() - fm.descent()), width, fm.height()),
+        QBrush(m_bkColor, Qt::SolidPattern));
+}

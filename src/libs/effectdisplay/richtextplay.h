@@ -1,0 +1,107 @@
+#pragma once
+
+#include <richtextrecords.h>
+
+#include <QColor>
+#include <QFont>
+#include <QImage>
+#include <QList>
+#include <QObject>
+#include <QPoint>
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <utility>
+#include <vector>
+
+class QPainter;
+
+/// Renders a rich text record into PNG files in the image cache, one after the other, with its
+/// own line breaking: pages of the widget's size (creatImage) or pieces of a single-line band
+/// (creatMarqueeImage). Runs on a worker thread; only stop() may be called from elsewhere.
+class RichTextPlay : public QObject {
+    Q_OBJECT
+public:
+    using Line = std::vector<ns::TextRun>;
+    using TextAttributes = std::vector<ns::TextAttribute>;
+
+    /// How a collected piece of a line looks until the line is painted.
+    struct SegmentFormat {
+        QFont font;
+        QColor textColor;
+        QColor bkColor;
+    };
+
+    explicit RichTextPlay(QObject* parent = nullptr);
+    ~RichTextPlay() override;
+
+    /// Renders pages of `width` x `height` pixels; one ImageValueChanged per file, the last with true.
+    void creatImage(const ns::RichTextContent& richTextContant, int width, int height);
+    /// Renders all lines end to end as one band, cut into pieces at most `width` wide.
+    void creatMarqueeImage(const ns::RichTextContent& richTextContant, int width, int height);
+    /// Ends a render at its next check; callable from any thread.
+    void stop();
+
+    /// Head of every image name; set before the render starts.
+    void setTaskID(const QString& taskID) { m_taskID = taskID; }
+    QString taskID() const { return m_taskID; }
+
+    /// Longest head of `text` that is strictly narrower than `maxWidth` in `font`.
+    static QString cutTextToWidth(const QString& text, const QFont& font, double maxWidth);
+    /// Index of the first font of greatest QFontMetrics::height.
+    static int tallestFontIndex(const QList<QFont>& fonts);
+    /// x of a line of width `used` + `extra` inside `available` pixels.
+    static double lineOffset(double available, double used, double extra, ns::HAlignment alignment);
+    /// Underline thickness of a line of several segments.
+    static double underlineThickness(const TextAttributes& textAttributes);
+    /// First index whose id equals `id`.
+    static int attributeIndex(int id, const TextAttributes& textAttributes);
+
+signals:
+    /// A finished image file (full path), or "isEmpty" for none; `lastImage` on the last one.
+    void ImageValueChanged(QString imageName, bool lastImage);
+
+private:
+    Q_DISABLE_COPY(RichTextPlay)
+
+    // Pages.
+    std::pair<bool, QPoint> paintLine(
+        QPainter& painter, const Line& line, const TextAttributes& textAttributes, QPoint pos);
+    void applyTextStyle(QPainter& painter, const ns::TextAttribute& attribute);
+    void paintSegments(
+        double x, double bottom, const QStringList& texts, const QList<SegmentFormat>& formats, QPainter& painter);
+    void paintText(double x, double bottom, const QString& text, QPainter& painter);
+    void closePage(int height, const char* what);
+    void emitOversizeLine(QPainter& painter, double h, double x, bool pending, const QStringList& texts,
+        const QList<SegmentFormat>& formats, const QString& part, const char* what);
+
+    // Band.
+    std::pair<bool, double> paintMarqueeLine(
+        QPainter& painter, const Line& line, const TextAttributes& textAttributes, double x);
+    double paintMarqueeSegments(
+        double x, double bottom, const QStringList& texts, const QList<SegmentFormat>& formats, QPainter& painter);
+    double paintMarqueeText(double x, double bottom, const QString& text, QPainter& painter);
+
+    // Files.
+    QString saveImage(QImage& image, int height, int vAlignment);
+    QString saveImageSpecial(QImage& image, int width, int fullHeight, int height, int vAlignment);
+    QString saveMarqueeImage(QImage& image, int width);
+    QString randomImageName();
+
+    bool m_hasPending = false;
+    ns::RichTextContent m_content;
+    double m_lineSpacing = 0;
+    double m_letterSpacing = 0;
+    double m_imageWidth = 0;
+    double m_imageHeight = 0;
+    double m_underlineThickness = 1.0;
+    QColor m_bkColor;
+    QImage m_pageImage;
+    std::atomic<bool> m_running { true };
+    bool m_oversizeChar = false;
+    bool m_pageDirty = false;
+    ns::VAlignment m_vAlignment = ns::ALIGN_VCENTER;
+    ns::HAlignment m_hAlignment = ns::ALIGN_HCENTER;
+    QString m_taskID;
+};
