@@ -373,6 +373,21 @@ double RichTextPlay::underlineThickness(const TextAttributes& textAttributes)
     return 1.0;
 }
 
+void RichTextPlay::applySegmentFormat(QPainter& painter, const SegmentFormat& format)
+{
+    QPen pen = painter.pen();
+    pen.setColor(format.textColor);
+    painter.setPen(pen);
+    // The font's own underline is never drawn: the system paints its own underline rectangle.
+    if (format.font.underline()) {
+        QFont plain = format.font;
+        plain.setUnderline(false);
+        painter.setFont(plain);
+    } else {
+        painter.setFont(format.font);
+    }
+}
+
 void RichTextPlay::paintSegments(
     double x, double bottom, const QStringList& texts, const QList<SegmentFormat>& formats, QPainter& painter)
 {
@@ -381,17 +396,7 @@ void RichTextPlay::paintSegments(
         const QString& text = texts.at(i);
         const SegmentFormat& format = formats.at(i);
 
-        QPen pen = painter.pen();
-        pen.setColor(format.textColor);
-        painter.setPen(pen);
-        // The font's own underline is never drawn: the underline below is ours.
-        if (format.font.underline()) {
-            QFont plain = format.font;
-            plain.setUnderline(false);
-            painter.setFont(plain);
-        } else {
-            painter.setFont(format.font);
-        }
+        applySegmentFormat(painter, format);
 
         const QFontMetrics fm(format.font);
         // Each piece stands on the common bottom by its own descent, so sizes line up at the bottom edge.
@@ -403,7 +408,7 @@ void RichTextPlay::paintSegments(
         else
             t = m_underlineThickness;
         if (format.font.underline())
-            painter.fillRect(QRectF(x, bottom - t, width, t), QBrush(pen.color(), Qt::SolidPattern));
+            painter.fillRect(QRectF(x, bottom - t, width, t), QBrush(painter.pen().color(), Qt::SolidPattern));
         painter.fillRect(QRect(truncated(x), truncated(bottom - fm.height()), width, fm.height()),
             QBrush(format.bkColor, Qt::SolidPattern));
         x += width;

@@ -69,6 +69,7 @@ private:
     std::pair<bool, QPoint> paintLine(
         QPainter& painter, const Line& line, const TextAttributes& textAttributes, QPoint pos);
     void applyTextStyle(QPainter& painter, const ns::TextAttribute& attribute);
+    void applySegmentFormat(QPainter& painter, const SegmentFormat& format);
     void paintSegments(
         double x, double bottom, const QStringList& texts, const QList<SegmentFormat>& formats, QPainter& painter);
     void paintText(double x, double bottom, const QString& text, QPainter& painter);

@@ -29,6 +29,17 @@ int truncated(double value)
     return static_cast<int>(value);
 }
 
+// The first `height` rows of `image`: a scroll shows only what was painted.
+QImage topRows(const QImage& image, int height)
+{
+    QImage cut(image.width(), height, QImage::Format_ARGB32);
+    cut.fill(0);
+    QPainter painter(&cut);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.drawImage(QPoint(0, 0), image, QRect(0, 0, image.width(), height));
+    return cut;
+}
+
 } // namespace
 
 void RichTextPlay::creatMarqueeImage(const ns::RichTextContent& richTextContant, int width, int height)
@@ -177,16 +188,7 @@ double RichTextPlay::paintMarqueeSegments(
         const QString& text = texts.at(i);
         const SegmentFormat& format = formats.at(i);
 
-        QPen pen = painter.pen();
-        pen.setColor(format.textColor);
-        painter.setPen(pen);
-        if (format.font.underline()) {
-            QFont plain = format.font;
-            plain.setUnderline(false);
-            painter.setFont(plain);
-        } else {
-            painter.setFont(format.font);
-        }
+        applySegmentFormat(painter, format);
 
         const QFontMetrics fm(format.font);
         painter.drawText(QPointF(x, bottom - fm.descent()), text);
@@ -194,7 +196,7 @@ double RichTextPlay::paintMarqueeSegments(
         if (format.font.underline())
             painter.fillRect(
                 QRect(truncated(x), truncated(bottom - m_underlineThickness), width, truncated(m_underlineThickness)),
-                QBrush(pen.color(), Qt::SolidPattern));
+                QBrush(painter.pen().color(), Qt::SolidPattern));
         painter.fillRect(QRect(truncated(x), truncated(bottom - fm.height()), width, fm.height()),
             QBrush(format.bkColor, Qt::SolidPattern));
         x += width;
@@ -234,15 +236,8 @@ QString RichTextPlay::saveImage(QImage& image, int height, int vAlignment)
     if (m_content.displayStyle.type == ns::SCROLL) {
         // A scroll shows only what was painted, so the file is cut to it.
         PLAYER_LOG(trace, "RichTextPlay::saveImage=======================start");
-        QImage cut(image.width(), height, QImage::Format_ARGB32);
-        cut.fill(0);
-        {
-            QPainter painter(&cut);
-            painter.setRenderHint(QPainter::Antialiasing);
-            painter.drawImage(QPoint(0, 0), image, QRect(0, 0, image.width(), height));
-        }
         path += QStringLiteral(".png");
-        cut.save(path, "PNG", kPngQuality);
+        topRows(image, height).save(path, "PNG", kPngQuality);
     } else {
         const int d = std::abs(image.height() - height);
         switch (vAlignment) {
@@ -285,15 +280,8 @@ QString RichTextPlay::saveImageSpecial(QImage& image, int width, int fullHeight,
 
     if (m_content.displayStyle.type == ns::SCROLL) {
         PLAYER_LOG(trace, "RichTextPlay::saveImage=======================start");
-        QImage cut(image.width(), height, QImage::Format_ARGB32);
-        cut.fill(0);
-        {
-            QPainter painter(&cut);
-            painter.setRenderHint(QPainter::Antialiasing);
-            painter.drawImage(QPoint(0, 0), image, QRect(0, 0, image.width(), height));
-        }
         path += QStringLiteral(".png");
-        cut.save(path, "PNG", kPngQuality);
+        topRows(image, height).save(path, "PNG", kPngQuality);
     } else if (vAlignment == ns::ALIGN_TOP || vAlignment == ns::ALIGN_VCENTER || vAlignment == ns::ALIGN_BOTTOM) {
         const int d = std::abs(fullHeight - height);
         const int sourceRow = vAlignment == ns::ALIGN_TOP ? 0 : (vAlignment == ns::ALIGN_VCENTER ? d / 2 : d);
