@@ -6,6 +6,7 @@
 #include "hostscreen.h"
 #include "playerfactory.h"
 #include "playlist.h"
+#include "rendertext.h"
 
 #include <playerpath.h>
 #include <spdlogger.h>
@@ -67,8 +68,23 @@ struct Options {
     QString cacheDir;
     QString gallery;
     QSize gallerySize = kGalleryDefaultCellSize;
+    QString renderText;
+    QSize renderSize;
+    QString renderOut;
     spdlog::level::level_enum logLevel = spdlog::level::info;
 };
+
+// "WxH" with each side in [minEdge, maxEdge]; an invalid size otherwise.
+QSize parseSize(const QString& text, int minEdge, int maxEdge)
+{
+    static const QRegularExpression sizePattern(QStringLiteral("^(\\d{1,5})[xX](\\d{1,5})$"));
+    const QRegularExpressionMatch match = sizePattern.match(text.trimmed());
+    if (!match.hasMatch())
+        return QSize();
+    const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    const auto inRange = [&](int edge) { return edge >= minEdge && edge <= maxEdge; };
+    return inRange(size.width()) && inRange(size.height()) ? size : QSize();
+}
 
 int usageError(const QString& message)
 {
@@ -125,7 +141,16 @@ int parseOptions(const QApplication& app, Options& options)
             .arg(kGalleryMinCellEdge)
             .arg(kGalleryMaxCellEdge),
         QStringLiteral("WxH"));
-    parser.addOptions({ demo, seconds, capture, fps, contactSheet, cacheDir, logLevel, gallery, gallerySize });
+    const QCommandLineOption renderText(QStringLiteral("render-text"),
+        QStringLiteral("Render the rich text record in RECORD.json into the image files a text region would show "
+                       "(needs --size and --out), print one line per file: name, size, last flag; plays nothing."),
+        QStringLiteral("RECORD.json"));
+    const QCommandLineOption renderSize(QStringLiteral("size"),
+        QStringLiteral("Size of the text region for --render-text, e.g. 1920x1080."), QStringLiteral("WxH"));
+    const QCommandLineOption renderOut(
+        QStringLiteral("out"), QStringLiteral("Directory for the files of --render-text."), QStringLiteral("DIR"));
+    parser.addOptions({ demo, seconds, capture, fps, contactSheet, cacheDir, logLevel, gallery, gallerySize, renderText,
+        renderSize, renderOut });
 
     if (!parser.parse(app.arguments()))
         return usageError(parser.errorText());
@@ -139,7 +164,23 @@ int parseOptions(const QApplication& app, Options& options)
     if (positional.size() > 1)
         return usageError(QStringLiteral("one playlist at a time, got %1").arg(positional.size()));
     options.gallery = parser.value(gallery);
-    if (parser.isSet(gallery)) {
+    if (parser.isSet(renderText)) {
+        options.renderText = parser.value(renderText);
+        options.renderOut = parser.value(renderOut);
+        if (options.renderText.isEmpty() || options.renderOut.isEmpty() || !parser.isSet(renderSize))
+            return usageError(QStringLiteral("--render-text needs a record file, --size WxH and --out DIR"));
+        if (options.demo || !positional.isEmpty() || parser.isSet(gallery) || parser.isSet(capture)
+            || parser.isSet(contactSheet))
+            return usageError(QStringLiteral("--render-text plays nothing: give it no playlist, --demo, --gallery, "
+                                             "--capture or --contact-sheet"));
+        options.renderSize = parseSize(parser.value(renderSize), 1, kRenderTextMaxEdge);
+        if (!options.renderSize.isValid())
+            return usageError(QStringLiteral("--size needs WIDTHxHEIGHT with each side 1 to %1, not '%2'")
+                                  .arg(kRenderTextMaxEdge)
+                                  .arg(parser.value(renderSize)));
+    } else if (parser.isSet(renderSize) || parser.isSet(renderOut)) {
+        return usageError(QStringLiteral("--size and --out go with --render-text"));
+    } else if (parser.isSet(gallery)) {
         if (options.gallery.isEmpty())
             return usageError(QStringLiteral("--gallery needs a file name"));
         if (options.demo || !positional.isEmpty() || parser.isSet(capture) || parser.isSet(contactSheet))
@@ -151,11 +192,8 @@ int parseOptions(const QApplication& app, Options& options)
         return usageError(QStringLiteral("give either a playlist file or --demo"));
     }
     if (parser.isSet(gallerySize)) {
-        static const QRegularExpression sizePattern(QStringLiteral("^(\\d{1,5})[xX](\\d{1,5})$"));
-        const QRegularExpressionMatch match = sizePattern.match(parser.value(gallerySize).trimmed());
-        const QSize size = match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
-        const auto inRange = [](int edge) { return edge >= kGalleryMinCellEdge && edge <= kGalleryMaxCellEdge; };
-        if (!size.isValid() || !inRange(size.width()) || !inRange(size.height()))
+        const QSize size = parseSize(parser.value(gallerySize), kGalleryMinCellEdge, kGalleryMaxCellEdge);
+        if (!size.isValid())
             return usageError(QStringLiteral("--gallery-size needs WIDTHxHEIGHT with each side %1 to %2, not '%3'")
                                   .arg(kGalleryMinCellEdge)
                                   .arg(kGalleryMaxCellEdge)
@@ -238,6 +276,24 @@ int main(int argc, char* argv[])
     SpdLogger::setLevel(options.logLevel);
     if (!options.cacheDir.isEmpty())
         PlayerPath::getInstance().setImageCachePath(options.cacheDir);
+
+    if (!options.renderText.isEmpty()) {
+        QList<RenderedImage> images;
+        QString error;
+        if (!renderTextRecord(options.renderText, options.renderSize, options.renderOut, &images, &error)) {
+            PLAYER_LOG(error, "render-text: {}", error.toStdString());
+            return kExitFailure;
+        }
+        if (images.isEmpty())
+            PLAYER_LOG(warn, "render-text: {} renders no image", options.renderText.toStdString());
+        for (const RenderedImage& image : images) {
+            const QString size = image.size.isValid()
+                ? QStringLiteral("%1x%2").arg(image.size.width()).arg(image.size.height())
+                : QStringLiteral("no-file");
+            std::printf("%s\t%s\t%s\n", qPrintable(image.name), qPrintable(size), image.lastImage ? "last" : "more");
+        }
+        return images.isEmpty() ? kExitFailure : 0;
+    }
 
     if (!options.gallery.isEmpty()) {
         QString error;

@@ -141,7 +141,7 @@ void TestHostApi::fontMapping()
     QString family = input;
     settings.convertFontFamily(family);
     QCOMPARE(family, expected);
-    settings.clearFontFamilyMappings();
+    settings.resetFontFamilyMappings();
 }
 
 void TestHostApi::logHead()

@@ -11,6 +11,9 @@
 #include <QRect>
 #include <QRectF>
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 
 // Underlines of a single piece grow by one pixel per this many pixels of font height.
@@ -27,6 +30,51 @@ double lineHeightOf(const QFontMetrics& fm, double lineSpacing)
 int truncated(double value)
 {
     return static_cast<int>(value);
+}
+
+// QFontMetrics::horizontalAdvance(text, n) lays out the whole text on every call, so measuring the
+// heads of a long run one by one costs the square of its length. Heads are measured instead inside a
+// window of the run, with this many units of the run behind them: shaping (kerning, ligatures,
+// joining) looks no further ahead, so a head measures the same in the window as in the whole run.
+constexpr int kShapingContext = 32;
+constexpr int kSmallestWindow = 128;
+
+// Large enough to hold a line of `maxWidth` with room to spare, so one window usually does.
+int firstWindow(const QFontMetrics& fm, double maxWidth)
+{
+    const double perUnit = std::max(1, fm.averageCharWidth());
+    const double units = std::min(2.0 * maxWidth / perUnit, double(std::numeric_limits<int>::max() / 4));
+    return std::max(kSmallestWindow, int(units) + kShapingContext);
+}
+
+int nextWindow(int window, int length)
+{
+    return window > length / 2 ? length : window * 2;
+}
+
+// Heads only grow wider as they grow longer while no glyph advance is negative; negative letter
+// spacing can make one so, and then no head may be skipped.
+bool measuresInWindows(const QFont& font)
+{
+    if (font.letterSpacingType() == QFont::AbsoluteSpacing)
+        return font.letterSpacing() >= 0;
+    return font.letterSpacing() >= 100;
+}
+
+// The first n in [1, last] whose head of `text` is wider than `maxWidth`, given that the head of
+// `last` units is. Binary search: heads never get narrower as they grow (see measuresInWindows).
+int firstWiderHead(const QFontMetrics& fm, const QString& text, int last, double maxWidth)
+{
+    int low = 1;
+    int high = last;
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (fm.horizontalAdvance(text, middle) > maxWidth)
+            high = middle;
+        else
+            low = middle + 1;
+    }
+    return low;
 }
 
 } // namespace
@@ -153,12 +201,12 @@ std::pair<bool, QPoint> RichTextPlay::paintLine(
 
         applyTextStyle(painter, textAttributes[attributeIndex(line[run].attributeId, textAttributes)]);
         const QFontMetrics fm = painter.fontMetrics();
-        const double w = fm.horizontalAdvance(text);
+        const std::optional<int> w = widthIfFits(text, painter.font(), pageWidth - x);
 
-        if (!(w > pageWidth - x)) {
+        if (w) {
             if (!text.isEmpty()) {
                 appendSegment(text, painter.font());
-                x += w;
+                x += *w;
                 m_hasPending = true;
             }
             if (++run >= line.size())
@@ -323,15 +371,47 @@ int RichTextPlay::attributeIndex(int id, const TextAttributes& textAttributes)
 QString RichTextPlay::cutTextToWidth(const QString& text, const QFont& font, double maxWidth)
 {
     const QFontMetrics fm(font);
+    if (measuresInWindows(font)) {
+        // A long run: find a window whose head is already too wide, then the first too wide head in it.
+        for (int window = firstWindow(fm, maxWidth); window < text.size(); window = nextWindow(window, text.size())) {
+            const QString head = text.left(window);
+            const int last = window - kShapingContext;
+            if (fm.horizontalAdvance(head, last) > maxWidth)
+                return text.left(firstWiderHead(fm, head, last, maxWidth) - 1);
+        }
+    }
     if (maxWidth > fm.horizontalAdvance(text))
         return text;
     if (text.size() < 2)
         return QString();
-    for (int n = 1; n < text.size(); ++n) {
-        if (fm.horizontalAdvance(text, n) > maxWidth)
-            return text.left(n - 1);
+    if (!measuresInWindows(font)) {
+        // Heads may get narrower as they grow, so every head is measured in turn.
+        for (int n = 1; n < text.size(); ++n) {
+            if (fm.horizontalAdvance(text, n) > maxWidth)
+                return text.left(n - 1);
+        }
+        return text.left(text.size() - 1);
     }
-    return text.left(text.size() - 1);
+    const int last = text.size() - 1;
+    if (fm.horizontalAdvance(text, last) > maxWidth)
+        return text.left(firstWiderHead(fm, text, last, maxWidth) - 1);
+    return text.left(last);
+}
+
+std::optional<int> RichTextPlay::widthIfFits(const QString& text, const QFont& font, double available)
+{
+    const QFontMetrics fm(font);
+    if (measuresInWindows(font)) {
+        // A head already wider than the room: the whole run is wider still, however long it is.
+        for (int window = firstWindow(fm, available); window < text.size(); window = nextWindow(window, text.size())) {
+            if (fm.horizontalAdvance(text.left(window), window - kShapingContext) > available)
+                return std::nullopt;
+        }
+    }
+    const int width = fm.horizontalAdvance(text);
+    if (width > available)
+        return std::nullopt;
+    return width;
 }
 
 int RichTextPlay::tallestFontIndex(const QList<QFont>& fonts)

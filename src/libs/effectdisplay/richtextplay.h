@@ -12,6 +12,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -47,8 +48,13 @@ public:
     void setTaskID(const QString& taskID) { m_taskID = taskID; }
     QString taskID() const { return m_taskID; }
 
-    /// Longest head of `text` that is strictly narrower than `maxWidth` in `font`.
+    /// Longest head of `text` that is strictly narrower than `maxWidth` in `font`: the first
+    /// QFontMetrics::horizontalAdvance(text, n) above `maxWidth` gives n - 1 units. Costs in
+    /// proportion to the head, not to the whole text.
     static QString cutTextToWidth(const QString& text, const QFont& font, double maxWidth);
+    /// QFontMetrics::horizontalAdvance(text) if it is not greater than `available`, else nothing;
+    /// a long text that does not fit is found out from its head.
+    static std::optional<int> widthIfFits(const QString& text, const QFont& font, double available);
     /// Index of the first font of greatest QFontMetrics::height.
     static int tallestFontIndex(const QList<QFont>& fonts);
     /// x of a line of width `used` + `extra` inside `available` pixels.

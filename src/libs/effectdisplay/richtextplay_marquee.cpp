@@ -115,11 +115,11 @@ std::pair<bool, double> RichTextPlay::paintMarqueeLine(
 
         applyTextStyle(painter, textAttributes[attributeIndex(line[run].attributeId, textAttributes)]);
         const QFontMetrics fm = painter.fontMetrics();
-        const double w = fm.horizontalAdvance(text);
+        const std::optional<int> w = widthIfFits(text, painter.font(), m_imageWidth - x);
 
-        if (!(w > m_imageWidth - x)) {
+        if (w) {
             appendSegment(text);
-            x += w;
+            x += *w;
             m_hasPending = true;
             if (run + 1 >= line.size()) {
                 const double end = paintMarqueeSegments(drawX, bottom, texts, formats, painter);

@@ -4,10 +4,13 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 #include <mutex>
 
 /// Host settings the players consult; for now the font family mapping. Thread-safe.
+/// It starts with a default mapping of the families content commonly names (Arial, Times New Roman,
+/// Microsoft YaHei, SimSun, SimHei...) to the Liberation and WenQuanYi fonts the host installs.
 class HOSTAPI_EXPORT PlayerSettings {
 public:
     static PlayerSettings& getInstance();
@@ -18,10 +21,15 @@ public:
     /// Maps `from` to `to` from now on; replaces an earlier mapping of `from`.
     void setFontFamilyMapping(const QString& from, const QString& to);
     void removeFontFamilyMapping(const QString& from);
+    /// Drops every mapping, the default ones too: names then reach QFont as they are.
     void clearFontFamilyMappings();
+    /// Back to the default mapping.
+    void resetFontFamilyMappings();
+    /// The family names the default mapping rewrites.
+    static QStringList defaultFontFamilies();
 
 private:
-    PlayerSettings() = default;
+    PlayerSettings();
     Q_DISABLE_COPY(PlayerSettings)
 
     mutable std::mutex m_mutex;

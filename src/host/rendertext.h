@@ -1,0 +1,28 @@
+#pragma once
+
+#include <richtextrecords.h>
+
+#include <QList>
+#include <QSize>
+#include <QString>
+
+/// One file the text renderer handed on, in order.
+struct RenderedImage {
+    QString name; // full path, or "isEmpty" for an empty last page
+    QSize size; // of the file; invalid when there is no file behind the name
+    bool lastImage = false;
+};
+
+/// Largest widget edge --render-text accepts, in pixels.
+constexpr int kRenderTextMaxEdge = 16384;
+
+/// Renders the rich text record in `recordFile` (the JSON text a text widget carries) for a widget
+/// of `size` into `outDir`, as the text player does on its worker: pages, or the pieces of a band
+/// for a left or right scroll. Runs on the calling thread. False with a message when the record
+/// cannot be read or the directory cannot be made; a record that renders nothing gives an empty list.
+bool renderTextRecord(
+    const QString& recordFile, const QSize& size, const QString& outDir, QList<RenderedImage>* images, QString* error);
+
+/// Height of the band of a left or right scroll: the tallest line of the text, measured as the text
+/// player measures it (the family as written, without the font mapping).
+int marqueeBandHeight(const ns::RichTextContent& content);
