@@ -291,6 +291,10 @@ private slots:
     void galleryShowsEveryCode_data();
     void galleryShowsEveryCode();
     void galleryCannotBeWritten();
+    void renderTextPrintsItsFiles_data();
+    void renderTextPrintsItsFiles();
+    void renderTextBadRecord_data();
+    void renderTextBadRecord();
 
 private:
     RunResult run(const QStringList& arguments);
@@ -1277,6 +1281,14 @@ void TestMediaHost::badCommandLine_data()
     QTest::newRow("gallery and demo") << QStringList { "--gallery", "g.png", "--demo" } << "--gallery plays nothing";
     QTest::newRow("gallery and playlist")
         << QStringList { "--gallery", "g.png", "a.json" } << "--gallery plays nothing";
+    QTest::newRow("render text without a size")
+        << QStringList { "--render-text", "r.json", "--out", "o" } << "--render-text needs a record file, --size WxH";
+    QTest::newRow("render text size out of range") << QStringList { "--render-text", "r.json", "--size", "0x100",
+        "--out", "o" } << "--size needs WIDTHxHEIGHT with each side 1 to 16384, not '0x100'";
+    QTest::newRow("size without render text")
+        << QStringList { "--demo", "--size", "10x10" } << "--size and --out go with --render-text";
+    QTest::newRow("render text and a playlist") << QStringList { "p.json", "--render-text", "r.json", "--size", "10x10",
+        "--out", "o" } << "--render-text plays nothing";
     QTest::newRow("gallery size alone") << QStringList { "--demo", "--gallery-size", "96x54" }
                                         << "--gallery-size goes with --gallery";
     QTest::newRow("gallery size too small") << QStringList { "--gallery", "g.png", "--gallery-size", "8x8" }
@@ -1299,7 +1311,7 @@ void TestMediaHost::helpNamesEveryOption()
     const RunResult result = run({ QStringLiteral("--help") });
     QCOMPARE(result.exitCode, 0);
     for (const char* option : { "--demo", "--seconds", "--capture", "--fps", "--contact-sheet", "--cache-dir",
-             "--log-level", "--gallery", "--gallery-size", "playlist" })
+             "--log-level", "--gallery", "--gallery-size", "--render-text", "--size", "--out", "playlist" })
         QVERIFY2(result.out.contains(QLatin1String(option)), option);
 }
 
@@ -1406,6 +1418,81 @@ void TestMediaHost::galleryCannotBeWritten()
     QCOMPARE(result.exitCode, 1);
     QVERIFY2(result.err.contains(QStringLiteral("gallery: cannot write the gallery ") + path), qPrintable(result.err));
     QVERIFY(result.out.isEmpty());
+}
+
+void TestMediaHost::renderTextPrintsItsFiles_data()
+{
+    QTest::addColumn<QString>("record");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("band");
+
+    QTest::newRow("pages") << "examples/richtext-paged.json" << QSize(640, 200) << false;
+    QTest::newRow("band pieces") << "examples/richtext-ticker.json" << QSize(500, 120) << true;
+}
+
+void TestMediaHost::renderTextPrintsItsFiles()
+{
+    QFETCH(QString, record);
+    QFETCH(QSize, size);
+    QFETCH(bool, band);
+
+    const QString out = m_dir.filePath(QStringLiteral("render/%1").arg(QTest::currentDataTag()));
+    const RunResult result
+        = run({ QStringLiteral("--render-text"), QDir(m_sourceDir).filePath(record), QStringLiteral("--size"),
+            QStringLiteral("%1x%2").arg(size.width()).arg(size.height()), QStringLiteral("--out"), out });
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+
+    // One line per file, in order: path, size, and "last" on the last line only.
+    const QStringList lines = result.out.trimmed().split(QLatin1Char('\n'));
+    QVERIFY2(lines.size() >= 2, qPrintable(result.out));
+    int bandHeight = -1;
+    for (int i = 0; i < lines.size(); ++i) {
+        const QStringList fields = lines.at(i).split(QLatin1Char('\t'));
+        QCOMPARE(fields.size(), 3);
+        const QImage image(fields.at(0));
+        QVERIFY2(!image.isNull(), qPrintable(fields.at(0)));
+        QCOMPARE(QFileInfo(fields.at(0)).absolutePath(), QDir(out).absolutePath());
+        QCOMPARE(fields.at(1), QStringLiteral("%1x%2").arg(image.width()).arg(image.height()));
+        QCOMPARE(fields.at(2), QString::fromLatin1(i == lines.size() - 1 ? "last" : "more"));
+        if (band) {
+            // Pieces of one band: as high as its tallest line, never wider than the region.
+            QVERIFY(image.width() <= size.width());
+            QVERIFY(image.height() < size.height());
+            if (bandHeight < 0)
+                bandHeight = image.height();
+            QCOMPARE(image.height(), bandHeight);
+        } else {
+            QCOMPARE(image.size(), size);
+        }
+    }
+    QCOMPARE(QDir(out).entryList(QDir::Files).size(), lines.size());
+}
+
+void TestMediaHost::renderTextBadRecord_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("missing file") << QByteArray() << "render-text: cannot read";
+    QTest::newRow("broken JSON") << QByteArray("{\"content\": ") << "is no rich text record";
+    QTest::newRow("wrong type") << QByteArray(R"({"content":{"paragraphs":"text"}})") << "is no rich text record";
+    QTest::newRow("no styles") << QByteArray(R"({"content":{"paragraphs":[{"lines":[[{"text":"x"}]]}]}})")
+                               << "textAttributes is empty";
+}
+
+void TestMediaHost::renderTextBadRecord()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, error);
+
+    const QString record = text.isEmpty() ? m_dir.filePath(QStringLiteral("absent.json")) : writePlaylist(text);
+    const QString out = m_dir.filePath(QStringLiteral("render-bad/%1").arg(QTest::currentDataTag()));
+    const RunResult result = run({ QStringLiteral("--render-text"), record, QStringLiteral("--size"),
+        QStringLiteral("100x50"), QStringLiteral("--out"), out });
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(error), qPrintable(result.err));
+    QVERIFY(result.out.isEmpty());
+    QVERIFY(QDir(out).entryList(QDir::Files).isEmpty());
 }
 
 QTEST_MAIN(TestMediaHost)

@@ -6,10 +6,15 @@
 #include <playerpath.h>
 #include <richtextplay.h>
 
+#include <playersettings.h>
+
 #include <QDir>
+#include <QFontDatabase>
+#include <QFontInfo>
 #include <QFileInfo>
 #include <QFontMetrics>
 #include <QImage>
+#include <QPainter>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QThread>
@@ -143,6 +148,30 @@ QPair<int, int> opaqueRows(const QImage& image)
     return { first, last };
 }
 
+// The plain definition of the cut: the first n whose head is wider than maxWidth gives n - 1 units.
+// `heads[n]` is QFontMetrics::horizontalAdvance(text, n) for the whole text.
+int referenceCut(const QVector<int>& heads, double maxWidth)
+{
+    const int length = heads.size() - 1;
+    if (maxWidth > heads.at(length))
+        return length;
+    if (length < 2)
+        return 0;
+    for (int n = 1; n < length; ++n) {
+        if (heads.at(n) > maxWidth)
+            return n - 1;
+    }
+    return length - 1;
+}
+
+QString repeated(const QString& piece, int length)
+{
+    QString text;
+    while (text.size() < length)
+        text += piece;
+    return text.left(length);
+}
+
 QList<bool> lastFlags(int count)
 {
     QList<bool> flags;
@@ -164,6 +193,8 @@ private slots:
 
     void cutTextToWidth_data();
     void cutTextToWidth();
+    void cutMatchesWholeTextMeasure_data();
+    void cutMatchesWholeTextMeasure();
     void lineOffsetAndThickness();
 
     void pageBreaking_data();
@@ -194,6 +225,14 @@ private slots:
     void oversizeLineFile();
     void fileNames_data();
     void fileNames();
+
+    void fractionalLineSpacing_data();
+    void fractionalLineSpacing();
+    void letterSpacingAndStyles_data();
+    void letterSpacingAndStyles();
+    void defaultFontMapping_data();
+    void defaultFontMapping();
+    void mappedFamilyRendersAsItsTarget();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -246,6 +285,65 @@ void TestRichTextPlay::cutTextToWidth()
     const QFont font = fontOf(family, 20);
     const double maxWidth = QFontMetrics(font).horizontalAdvance(text.left(headUnits)) + adjust;
     QCOMPARE(RichTextPlay::cutTextToWidth(text, font, maxWidth), text.left(expectedUnits));
+}
+
+void TestRichTextPlay::cutMatchesWholeTextMeasure_data()
+{
+    QTest::addColumn<QString>("family");
+    QTest::addColumn<int>("letterSpacing");
+    QTest::addColumn<int>("weight");
+    QTest::addColumn<QString>("text");
+
+    // Kerning pairs and ligature candidates, whose widths depend on the units around a cut.
+    const QString prose = QStringLiteral("AVAWAY To Ta Wa Yo office affluent fjord \"quoted\" L'Ty, 1/4 ");
+    const QString chinese = QStringLiteral("汉字文本测试渲染排版，标点符号。");
+    const QString mixed = QStringLiteral("Open 09:00 今日开放 Reading room 阅览室 ");
+    // Combining accents and characters outside the basic plane, two units each.
+    const QString combining = QStringLiteral("e\u0301a\u0300o\u0308 \U00020000\U0001F600x ");
+    QTest::newRow("latin prose, long run") << kLiberation << 0 << 50 << repeated(prose, 1500);
+    QTest::newRow("latin prose, bold, letter spacing") << kDejaVu << 3 << 75 << repeated(prose, 1500);
+    QTest::newRow("chinese, long run") << kWenQuanYi << 0 << 50 << repeated(chinese, 1200);
+    QTest::newRow("mixed latin and chinese") << kDejaVu << 1 << 50 << repeated(mixed, 1500);
+    QTest::newRow("combining marks and surrogates") << kDejaVu << 0 << 50 << repeated(combining, 900);
+    // Heads may shrink as they grow; every head is measured.
+    QTest::newRow("negative letter spacing") << kDejaVu << -4 << 50 << repeated(prose, 300);
+    QTest::newRow("short text") << kLiberation << 0 << 50 << QStringLiteral("To Wa");
+}
+
+void TestRichTextPlay::cutMatchesWholeTextMeasure()
+{
+    QFETCH(QString, family);
+    QFETCH(int, letterSpacing);
+    QFETCH(int, weight);
+    QFETCH(QString, text);
+
+    QFont font = fontOf(family, 20);
+    font.setLetterSpacing(QFont::AbsoluteSpacing, letterSpacing);
+    font.setWeight(weight);
+    const QFontMetrics fm(font);
+    QVector<int> heads(text.size() + 1);
+    for (int n = 1; n <= text.size(); ++n)
+        heads[n] = fm.horizontalAdvance(text, n);
+
+    // Every head width itself and half a pixel either side of it, at heads spread over the text:
+    // short lines cut long runs, long lines reach the end of the text.
+    const int samples = std::min(int(text.size()), 97);
+    for (int i = 1; i <= samples; ++i) {
+        const int n = int(qint64(text.size()) * i / samples);
+        for (double maxWidth : { heads.at(n) - 0.5, double(heads.at(n)), heads.at(n) + 0.5 }) {
+            const QString cut = RichTextPlay::cutTextToWidth(text, font, maxWidth);
+            QVERIFY2(cut == text.left(referenceCut(heads, maxWidth)),
+                qPrintable(QStringLiteral("maxWidth %1: %2 units, expected %3")
+                               .arg(maxWidth)
+                               .arg(cut.size())
+                               .arg(referenceCut(heads, maxWidth))));
+            const std::optional<int> fits = RichTextPlay::widthIfFits(text, font, maxWidth);
+            const int whole = heads.at(text.size());
+            QCOMPARE(fits.has_value(), !(whole > maxWidth));
+            if (fits)
+                QCOMPARE(*fits, whole);
+        }
+    }
 }
 
 void TestRichTextPlay::lineOffsetAndThickness()
@@ -867,6 +965,169 @@ void TestRichTextPlay::fileNames()
     QCOMPARE(seen.size(), spy.size());
     // The band's last piece is empty and has no file.
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files).size(), spy.size() - (marquee ? 1 : 0));
+}
+
+void TestRichTextPlay::fractionalLineSpacing_data()
+{
+    QTest::addColumn<float>("lineSpacing");
+    QTest::addColumn<int>("lineCount");
+    QTest::addColumn<int>("pageLines"); // the page is as high as this many lines of whole spacing
+    // The used height is carried from line to line as a whole number, so the fraction of each
+    // line's spacing is dropped, and the save drops the whole spacing below the last line.
+    QTest::newRow("half a pixel, one page") << 2.5f << 3 << 10;
+    QTest::newRow("a quarter, two pages") << 4.25f << 7 << 4;
+    QTest::newRow("below one pixel") << 0.75f << 4 << 10;
+}
+
+void TestRichTextPlay::fractionalLineSpacing()
+{
+    QFETCH(float, lineSpacing);
+    QFETCH(int, lineCount);
+    QFETCH(int, pageLines);
+
+    const QFont font = fontOf(kDejaVu, 16);
+    const int whole = int(lineSpacing);
+    const int step = lineHeight(font, whole); // what each line adds to the used height
+    RichTextPlay play;
+    QSignalSpy spy(&play, &RichTextPlay::ImageValueChanged);
+    play.creatImage(
+        content({ attribute(0, kDejaVu, 16) }, { paragraph(lines(lineCount, QStringLiteral("row")), lineSpacing) }),
+        300, pageLines * step + 1);
+
+    const Output out = collect(spy);
+    QList<int> heights;
+    for (const QImage& image : out.images)
+        heights.append(image.height());
+    QList<int> expected;
+    for (int left = lineCount; left > 0; left -= pageLines) {
+        const int onPage = std::min(left, pageLines);
+        // A closed page keeps its last line's spacing; the last one drops it, fraction and all.
+        expected.append(left > pageLines ? onPage * step : int(onPage * step - lineSpacing));
+    }
+    QCOMPARE(heights, expected);
+    QCOMPARE(out.last, lastFlags(expected.size()));
+}
+
+void TestRichTextPlay::letterSpacingAndStyles_data()
+{
+    QTest::addColumn<int>("letterSpacing");
+    QTest::addColumn<int>("fontStyle");
+    QTest::addColumn<int>("weight");
+    QTest::addColumn<bool>("italic");
+
+    QTest::newRow("regular") << 0 << int(ns::FONT_REGULAR) << 50 << false;
+    QTest::newRow("bold") << 0 << int(ns::FONT_BOLD) << 75 << false;
+    QTest::newRow("italic") << 0 << int(ns::FONT_ITALIC) << 50 << true;
+    QTest::newRow("bold italic") << 0 << int(ns::FONT_BOLD_ITALIC) << 75 << true;
+    QTest::newRow("unknown style leaves the font alone") << 0 << 7 << 50 << false;
+    QTest::newRow("wider letters") << 4 << int(ns::FONT_REGULAR) << 50 << false;
+    QTest::newRow("narrower letters, bold") << -1 << int(ns::FONT_BOLD) << 75 << false;
+}
+
+void TestRichTextPlay::letterSpacingAndStyles()
+{
+    QFETCH(int, letterSpacing);
+    QFETCH(int, fontStyle);
+    QFETCH(int, weight);
+    QFETCH(bool, italic);
+
+    // One band piece narrower than the widget is exactly as wide as the text in the font in force.
+    const QString text = QStringLiteral("Weekly Timetable");
+    ns::TextAttribute styled = attribute(0, kDejaVu, 24, kOpaqueBackground);
+    styled.style.fontStyle = fontStyle;
+    ns::Paragraph p = paragraph({ { run(0, text) } });
+    p.letterSpacing = letterSpacing;
+    QFont expected = fontOf(kDejaVu, 24);
+    expected.setLetterSpacing(QFont::AbsoluteSpacing, letterSpacing);
+    expected.setWeight(weight);
+    expected.setItalic(italic);
+    const QFontMetrics fm(expected);
+
+    RichTextPlay play;
+    QSignalSpy spy(&play, &RichTextPlay::ImageValueChanged);
+    play.creatMarqueeImage(content({ styled }, { p }, ns::SCROLL, ns::MOVE_LEFT), 2000, fm.height());
+    const Output out = collect(spy);
+    QCOMPARE(out.last, lastFlags(1));
+    QCOMPARE(out.images.at(0).size(), QSize(fm.horizontalAdvance(text), fm.height()));
+    QCOMPARE(QFontInfo(expected).bold(), weight > 50);
+
+    // The glyphs are those of the expected face: the same text painted by the test with it, in
+    // white on the same background, covers the same rows and columns.
+    QImage reference(out.images.at(0).size(), QImage::Format_ARGB32);
+    reference.fill(0);
+    {
+        QPainter painter(&reference);
+        painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::white);
+        painter.setFont(expected);
+        painter.drawText(QPointF(0, fm.height() - fm.descent()), text);
+        painter.fillRect(reference.rect(), QColor(kOpaqueBackground));
+    }
+    QCOMPARE(boundsOf(out.images.at(0), Qt::white), boundsOf(reference, Qt::white));
+}
+
+void TestRichTextPlay::defaultFontMapping_data()
+{
+    QTest::addColumn<QString>("family");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<bool>("cjk");
+
+    QTest::newRow("Arial") << "Arial" << kLiberation << false;
+    QTest::newRow("loosely spelt") << "  arial " << kLiberation << false;
+    QTest::newRow("Times New Roman") << "Times New Roman"
+                                     << "Liberation Serif" << false;
+    QTest::newRow("Courier New") << "Courier New"
+                                 << "Liberation Mono" << false;
+    QTest::newRow("Microsoft YaHei") << "Microsoft YaHei" << kWenQuanYi << true;
+    QTest::newRow("微软雅黑") << "微软雅黑" << kWenQuanYi << true;
+    QTest::newRow("SimSun") << "SimSun" << kWenQuanYi << true;
+    QTest::newRow("宋体") << "宋体" << kWenQuanYi << true;
+    QTest::newRow("SimHei") << "SimHei" << kWenQuanYi << true;
+    QTest::newRow("installed family stays") << kDejaVu << kDejaVu << false;
+    QTest::newRow("unknown family stays") << "Nonesuch Grotesk"
+                                          << "Nonesuch Grotesk" << false;
+}
+
+void TestRichTextPlay::defaultFontMapping()
+{
+    QFETCH(QString, family);
+    QFETCH(QString, expected);
+    QFETCH(bool, cjk);
+
+    QString mapped = family;
+    PlayerSettings::getInstance().convertFontFamily(mapped);
+    QCOMPARE(mapped, expected);
+    if (cjk) {
+        // Real glyphs for Chinese, not boxes from a face that lacks them.
+        const QFontMetrics fm(QFont(mapped, 20));
+        for (char32_t ucs4 : { U'中', U'文', U'汉', U'字', U'，' })
+            QVERIFY(fm.inFontUcs4(ucs4));
+    }
+}
+
+void TestRichTextPlay::mappedFamilyRendersAsItsTarget()
+{
+    // Every family the default mapping rewrites lands on a face that is installed here.
+    const QStringList installed = QFontDatabase().families();
+    for (const QString& family : PlayerSettings::defaultFontFamilies()) {
+        QString mapped = family;
+        PlayerSettings::getInstance().convertFontFamily(mapped);
+        QVERIFY2(installed.contains(mapped), qPrintable(family + QStringLiteral(" -> ") + mapped));
+    }
+
+    // A text styled in a family content names renders exactly as in the face it is mapped to.
+    const auto render = [&](const QString& family) {
+        RichTextPlay play;
+        QSignalSpy spy(&play, &RichTextPlay::ImageValueChanged);
+        const ns::Paragraph p = paragraph({ { run(0, QStringLiteral("今日开放 Open today")) } });
+        play.creatImage(content({ attribute(0, family, 28, kOpaqueBackground) }, { p }), 400, 200);
+        return collect(spy).images.value(0);
+    };
+    const QImage named = render(QStringLiteral("Microsoft YaHei"));
+    QVERIFY(!named.isNull());
+    QCOMPARE(named, render(kWenQuanYi));
+    QVERIFY(named != render(kDejaVu));
 }
 
 QTEST_MAIN(TestRichTextPlay)
