@@ -1,5 +1,6 @@
 #include "rendertext.h"
 
+#include "imageplay.h"
 #include "richtextplay.h"
 
 #include <jsonrecords.h>
@@ -8,65 +9,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QFont>
-#include <QFontMetrics>
 #include <QImageReader>
+#include <QWidget>
 
 #include <nlohmann/json.hpp>
-
-#include <algorithm>
-
-namespace {
-
-constexpr int kBoldWeight = 75;
-
-int lineHeight(const ns::RichTextContent& content, const std::vector<ns::TextRun>& line, int letterSpacing)
-{
-    int tallest = 0;
-    for (const ns::TextRun& run : line) {
-        const ns::TextStyle& style
-            = content.textAttributes[RichTextPlay::attributeIndex(run.attributeId, content.textAttributes)].style;
-        QFont font;
-        if (!style.fontFamilies.empty())
-            font.setFamily(QString::fromStdString(style.fontFamilies.front()));
-        font.setUnderline(style.underline);
-        font.setPixelSize(style.pixelSize);
-        font.setLetterSpacing(QFont::AbsoluteSpacing, letterSpacing);
-        switch (style.fontStyle) {
-        case ns::FONT_BOLD:
-            font.setWeight(kBoldWeight);
-            break;
-        case ns::FONT_REGULAR:
-            font.setStyle(QFont::StyleNormal);
-            break;
-        case ns::FONT_ITALIC:
-            font.setStyle(QFont::StyleItalic);
-            break;
-        case ns::FONT_BOLD_ITALIC:
-            font.setWeight(kBoldWeight);
-            font.setStyle(QFont::StyleItalic);
-            break;
-        default:
-            break;
-        }
-        tallest = std::max(tallest, QFontMetrics(font).height());
-    }
-    return tallest;
-}
-
-} // namespace
-
-int marqueeBandHeight(const ns::RichTextContent& content)
-{
-    if (content.textAttributes.empty())
-        return 0;
-    int tallest = 0;
-    for (const ns::Paragraph& paragraph : content.paragraphs) {
-        for (const auto& line : paragraph.lines)
-            tallest = std::max(tallest, lineHeight(content, line, paragraph.letterSpacing));
-    }
-    return tallest;
-}
 
 bool renderTextRecord(
     const QString& recordFile, const QSize& size, const QString& outDir, QList<RenderedImage>* images, QString* error)
@@ -91,7 +37,15 @@ bool renderTextRecord(
 
     const ns::RichTextContent& content = info.content;
     const bool marquee = ns::isMarquee(content.displayStyle);
-    const int height = marquee ? marqueeBandHeight(content) : size.height();
+    int height = size.height();
+    if (marquee) {
+        // The band is as high as the text player makes it.
+        QWidget region;
+        region.resize(size);
+        ImagePlay measure(&region);
+        measure.setRichTextInfo(info);
+        height = measure.calMaxLineHeight();
+    }
 
     RichTextPlay renderer;
     renderer.setTaskID(QFileInfo(recordFile).completeBaseName() + QLatin1Char('_'));

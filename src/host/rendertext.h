@@ -1,7 +1,5 @@
 #pragma once
 
-#include <richtextrecords.h>
-
 #include <QList>
 #include <QSize>
 #include <QString>
@@ -22,7 +20,3 @@ constexpr int kRenderTextMaxEdge = 16384;
 /// cannot be read or the directory cannot be made; a record that renders nothing gives an empty list.
 bool renderTextRecord(
     const QString& recordFile, const QSize& size, const QString& outDir, QList<RenderedImage>* images, QString* error);
-
-/// Height of the band of a left or right scroll: the tallest line of the text, measured as the text
-/// player measures it (the family as written, without the font mapping).
-int marqueeBandHeight(const ns::RichTextContent& content);
