@@ -134,5 +134,9 @@ void playtext::slotAcceptImage()
         }
     }
     show();
+    // A player that was already visible when the render started does not show a child made since:
+    // bring the text up with the player.
+    if (m_pImagePlay)
+        m_pImagePlay->show();
     emit playTextReady();
 }
