@@ -14,14 +14,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include <playersettings.h>
+#include <richtextrecords.h>
+
 #include <cmath>
 
 namespace {
 
-// Screen of the demo, top to bottom: a title strip, two rows of three tiles, the strip of the
-// folded region and the ticker.
-constexpr int kScreenWidth = 1280;
-constexpr int kScreenHeight = 720;
+// Screen of the demo, top to bottom: a title strip; two rows of three picture tiles with a
+// column of text regions at their right; the strip of the folded region and the ticker.
+constexpr int kScreenWidth = 1920;
+constexpr int kScreenHeight = 1080;
+constexpr int kPictureAreaWidth = 1280;
 constexpr int kTitleHeight = 72;
 constexpr int kGap = 8;
 constexpr int kColumns = 3;
@@ -29,8 +33,11 @@ constexpr int kRows = 2;
 
 constexpr int kTickerHeight = 48;
 constexpr int kTickerTop = kScreenHeight - kGap - kTickerHeight;
+// Two rows of text tickers above the picture ticker.
+constexpr int kTextTickerHeight = 44;
+constexpr int kTextTickersTop = kTickerTop - 2 * (kGap + kTextTickerHeight);
 constexpr int kFoldHeight = 100;
-constexpr int kFoldTop = kTickerTop - kGap - kFoldHeight;
+constexpr int kFoldTop = kTextTickersTop - kGap - kFoldHeight;
 // Three boxes with clear gaps between them, so that the slices of one picture read as such.
 constexpr int kFoldBoxes = 3;
 constexpr int kFoldBoxWidth = 384;
@@ -38,7 +45,7 @@ constexpr int kFoldBoxGap = 48;
 constexpr int kFoldMargin = (kScreenWidth - kFoldBoxes * kFoldBoxWidth - (kFoldBoxes - 1) * kFoldBoxGap) / 2;
 static_assert(kFoldMargin >= 0, "the fold boxes fit the screen");
 
-constexpr int kTileWidth = (kScreenWidth - (kColumns + 1) * kGap) / kColumns;
+constexpr int kTileWidth = (kPictureAreaWidth - (kColumns + 1) * kGap) / kColumns;
 constexpr int kTileHeight = (kFoldTop - kTitleHeight - (kRows + 1) * kGap) / kRows;
 constexpr int kPictureTiles = 5; // the sixth tile holds the animation
 constexpr int kRandomTile = kPictureTiles - 1; // takes code 1 for every picture
@@ -74,6 +81,19 @@ constexpr int kTickerPadding = 18; // inside a pill, around its text
 
 const QColor kScreenBackground { 0x12, 0x14, 0x1a };
 const QString kPicture = QStringLiteral("picture");
+const QString kText = QStringLiteral("text");
+
+// The text column right of the tiles.
+constexpr int kTextLeft = kPictureAreaWidth;
+constexpr int kTextWidth = kScreenWidth - kPictureAreaWidth - kGap;
+constexpr int kTextTop = kTitleHeight + kGap;
+constexpr int kNoticeHeight = 250;
+constexpr int kStaticHeight = 120;
+constexpr int kNoticeId = 960;
+constexpr int kStaticId = 961;
+constexpr int kNoticeEffect = 0x14; // extendCenter between pages
+constexpr int kNoticeEffectMs = 700;
+constexpr int kNoticeStayMs = 2500;
 
 // What the folded region's pictures come up with, one after the other.
 const QVector<DemoEffect> kFoldEffects { { 0xF2, "openToBothSide" }, { 0x10, "extendLeft" }, { 0x90, "wheelRotate" } };
@@ -312,6 +332,170 @@ PlaylistItem pictureItem(int id, const QString& path, int durationMs, int effect
     return item;
 }
 
+// The demo's texts are written as the JSON a host hands to the text player.
+nlohmann::json textStyle(int id, const char* family, int pixelSize, const char* color, int fontStyle = ns::FONT_REGULAR,
+    const char* background = "#00000000", bool underline = false)
+{
+    return { { "id", id },
+        { "style",
+            { { "fontFamilies", { family } }, { "pixelSize", pixelSize }, { "textColor", color },
+                { "fontStyle", fontStyle }, { "bkColor", background }, { "underline", underline } } } };
+}
+
+nlohmann::json textRun(int attribute, const char* text)
+{
+    return { { "attributeId", attribute }, { "text", text } };
+}
+
+nlohmann::json textParagraph(const nlohmann::json& lines, int hAlignment, int vAlignment, const char* background,
+    double lineSpacing = 0, int letterSpacing = 0)
+{
+    return { { "hAlignment", hAlignment }, { "vAlignment", vAlignment }, { "bkColor", background },
+        { "lineSpacing", lineSpacing }, { "letterSpacing", letterSpacing }, { "lines", lines } };
+}
+
+std::string textRecord(
+    const nlohmann::json& displayStyle, const nlohmann::json& styles, const nlohmann::json& paragraphs)
+{
+    return nlohmann::json {
+        { "content", { { "displayStyle", displayStyle }, { "textAttributes", styles }, { "paragraphs", paragraphs } } }
+    }.dump();
+}
+
+PlaylistRegion textRegion(const QString& name, const QRect& geometry, int id, const std::string& record)
+{
+    PlaylistRegion region;
+    region.name = name;
+    region.geometry = geometry;
+    PlaylistItem item;
+    item.kind = kText;
+    item.number = 1;
+    item.widget.id = id;
+    item.widget.duration = playlistdefaults::kItemDurationMs;
+    item.widget.jsonText = record;
+    region.items << item;
+    return region;
+}
+
+// Height of a line in a style of the demo's texts, as the text renderer lays it out: the face that
+// the font mapping picks, ascent and descent.
+int styleLineHeight(const nlohmann::json& style)
+{
+    QString family = QString::fromStdString(style["style"]["fontFamilies"][0].get<std::string>());
+    PlayerSettings::getInstance().convertFontFamily(family);
+    QFont font(family);
+    font.setPixelSize(style["style"]["pixelSize"].get<int>());
+    const int fontStyle = style["style"]["fontStyle"].get<int>();
+    font.setBold(fontStyle == ns::FONT_BOLD || fontStyle == ns::FONT_BOLD_ITALIC);
+    font.setItalic(fontStyle == ns::FONT_ITALIC || fontStyle == ns::FONT_BOLD_ITALIC);
+    const QFontMetrics fm(font);
+    return fm.ascent() + fm.descent();
+}
+
+// The text renderer breaks pages only where a page is full. To give each paragraph a page of its
+// own, it is padded above and below with blank lines (empty runs of a padding style) that bring
+// it as close to the page height as whole pixel sizes allow.
+nlohmann::json padToPage(
+    nlohmann::json lines, const nlohmann::json& styles, int padStyleId, double lineSpacing, int pageHeight)
+{
+    const auto styleOf = [&](int id) {
+        for (const nlohmann::json& style : styles) {
+            if (style["id"].get<int>() == id)
+                return style;
+        }
+        return styles.front();
+    };
+    int used = 0;
+    for (const nlohmann::json& line : lines) {
+        int tallest = 0;
+        for (const nlohmann::json& run : line)
+            tallest = std::max(tallest, styleLineHeight(styleOf(run["attributeId"].get<int>())));
+        used += tallest + int(lineSpacing);
+    }
+    nlohmann::json pad = styleOf(padStyleId);
+    const auto padLine = [&](int room) {
+        int size = 1;
+        for (int candidate = 1; candidate < room; ++candidate) {
+            pad["style"]["pixelSize"] = candidate;
+            if (styleLineHeight(pad) + int(lineSpacing) > room)
+                break;
+            size = candidate;
+        }
+        return size;
+    };
+    const int room = pageHeight - used;
+    if (room <= 2 * (int(lineSpacing) + 2))
+        return lines;
+    const int top = padLine(room / 2);
+    pad["style"]["pixelSize"] = top;
+    const int below = padLine(room - styleLineHeight(pad) - int(lineSpacing));
+    nlohmann::json padded = nlohmann::json::array();
+    padded.push_back({ { { "attributeId", padStyleId + top }, { "text", "" } } });
+    for (const nlohmann::json& line : lines)
+        padded.push_back(line);
+    padded.push_back({ { { "attributeId", padStyleId + below }, { "text", "" } } });
+    return padded;
+}
+
+// Padding styles: one per pixel size, with ids above kPadBase.
+constexpr int kPadBase = 1000;
+constexpr int kPadSizes = 200;
+
+nlohmann::json withPadStyles(nlohmann::json styles)
+{
+    for (int size = 1; size < kPadSizes; ++size)
+        styles.push_back(textStyle(kPadBase + size, "DejaVu Sans", size, "#00000000"));
+    return styles;
+}
+
+// A library notice of three pages in three faces and colours, Latin and Chinese, brought in page
+// by page through a transition. The families are those content usually names; the font mapping
+// finds the installed faces for them.
+PlaylistRegion noticeRegion()
+{
+    enum { Title = 1, Chinese, Body, Accent, Small };
+    const nlohmann::json styles = withPadStyles({ textStyle(Title, "Times New Roman", 38, "#FFFFD24A", ns::FONT_BOLD),
+        textStyle(Chinese, "Microsoft YaHei", 32, "#FFFFFFFF"), textStyle(Body, "Arial", 24, "#FFBFE3FF"),
+        textStyle(Accent, "Arial", 24, "#FF1B2A49", ns::FONT_BOLD, "#FF8FD694"),
+        textStyle(Small, "Arial", 20, "#FFE0E0E0", ns::FONT_ITALIC, "#00000000", true),
+        textStyle(kPadBase, "DejaVu Sans", 10, "#00000000") });
+    const char* background = "#FF1B2A49";
+    const auto page = [&](const nlohmann::json& lines, int hAlignment, double lineSpacing) {
+        return textParagraph(padToPage(lines, styles, kPadBase, lineSpacing, kNoticeHeight), hAlignment, ns::ALIGN_TOP,
+            background, lineSpacing);
+    };
+    const nlohmann::json welcome
+        = { { textRun(Title, "Riverside Library") }, { textRun(Chinese, "欢迎光临 · 河畔图书馆") },
+              { textRun(Body, "Open today "), textRun(Accent, " 09:00 – 21:00 ") }, { textRun(Small, "page 1 of 3") } };
+    const nlohmann::json events = { { textRun(Title, " Today · 今日活动") },
+        { textRun(Body, "  10:30  Story time for children") }, { textRun(Chinese, "  14:00  书法讲座 三楼") },
+        { textRun(Body, "  18:00  "), textRun(Accent, " Film night ") }, { textRun(Small, "  page 2 of 3") } };
+    const nlohmann::json notes
+        = { { textRun(Title, "Reading room") }, { textRun(Chinese, "阅览室在二楼，请保持安静。") },
+              { textRun(Body, "Second floor, please keep quiet.") }, { textRun(Small, "page 3 of 3") } };
+    const nlohmann::json paragraphs
+        = { page(welcome, ns::ALIGN_HCENTER, 6), page(events, ns::ALIGN_LEFT, 2), page(notes, ns::ALIGN_HCENTER, 8) };
+    const nlohmann::json style = { { "type", ns::PAGE_SWITCH }, { "pageEffect", kNoticeEffect },
+        { "pageEffectDuration", kNoticeEffectMs }, { "pageStayTime", kNoticeStayMs } };
+    return textRegion(kDemoNoticeRegion, QRect(kTextLeft, kTextTop, kTextWidth, kNoticeHeight), kNoticeId,
+        textRecord(style, styles, paragraphs));
+}
+
+// One page that stays: opening hours in Chinese and English on coloured backgrounds.
+PlaylistRegion staticRegion()
+{
+    enum { Big = 1, Latin, Badge };
+    const nlohmann::json styles
+        = { textStyle(Big, "SimHei", 40, "#FFFFFFFF", ns::FONT_BOLD), textStyle(Latin, "Verdana", 22, "#FFFFF3C4"),
+              textStyle(Badge, "Courier New", 22, "#FF3A164A", ns::FONT_BOLD, "#FFFFD24A") };
+    const nlohmann::json lines = { { textRun(Big, "今日开放 09:00–21:00") },
+        { textRun(Latin, "Open every day "), textRun(Badge, " STATIC_PAGE ") } };
+    const nlohmann::json paragraphs = { textParagraph(lines, ns::ALIGN_HCENTER, ns::ALIGN_VCENTER, "#FF3A164A", 6) };
+    const nlohmann::json style = { { "type", ns::STATIC_PAGE } };
+    return textRegion(kDemoStaticRegion, QRect(kTextLeft, kTextTop + kNoticeHeight + kGap, kTextWidth, kStaticHeight),
+        kStaticId, textRecord(style, styles, paragraphs));
+}
+
 } // namespace
 
 const QVector<DemoEffect>& demoEffects()
@@ -432,5 +616,7 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
     animated.widget.mediaType = kAnimatedMediaType;
     animation.items << animated;
     playlist.regions << animation;
+
+    playlist.regions << noticeRegion() << staticRegion();
     return true;
 }

@@ -23,9 +23,14 @@ inline constexpr DemoEffect kDemoRandomEffect { 1, "random" };
 inline const QString kDemoFoldRegion = QStringLiteral("fold");
 /// The region of the picture marquee, a ticker along the bottom edge.
 inline const QString kDemoTickerRegion = QStringLiteral("ticker");
+/// A text of three pages, Latin and Chinese in several faces, turned by a transition.
+inline const QString kDemoNoticeRegion = QStringLiteral("notice");
+/// A text page that stays.
+inline const QString kDemoStaticRegion = QStringLiteral("static");
 
-/// Builds the demo: a 1280x720 screen with a title strip, picture tiles that loop through
+/// Builds the demo: a 1920x1080 screen with a title strip, picture tiles that loop through
 /// demoEffects(), one tile on code 1, one animated picture, a folded region whose wide pictures
-/// run over three separate boxes, and a picture marquee. Its pictures are drawn here and written
+/// run over three separate boxes, a picture marquee, and text regions: a paged notice and a
+/// static page. Its pictures are drawn here and written
 /// into `pictureDir`, which must exist. False with a message if a picture cannot be written.
 bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* error);

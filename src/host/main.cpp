@@ -307,8 +307,12 @@ int main(int argc, char* argv[])
 
     // Declared before the screen so that the pictures outlive the players that show them.
     std::unique_ptr<QTemporaryDir> demoDir;
-    if (options.demo)
+    if (options.demo) {
         demoDir = std::make_unique<QTemporaryDir>();
+        // The demo's texts are rendered afresh on every run; their files go with its pictures.
+        if (options.cacheDir.isEmpty() && demoDir->isValid())
+            PlayerPath::getInstance().setImageCachePath(demoDir->filePath(QStringLiteral("image-cache")));
+    }
     Playlist playlist;
     if (!loadContent(options, demoDir.get(), playlist))
         return kExitFailure;

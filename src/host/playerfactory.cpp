@@ -3,12 +3,14 @@
 #include "picturemarquee.h"
 
 #include <effectInfo.h>
+#include <playtext.h>
 
 PlayerFactory PlayerFactory::withBuiltinPlayers()
 {
     PlayerFactory factory;
     factory.registerKind<EffectInfo>(QStringLiteral("picture"));
     factory.registerKind<PictureMarquee>(kPictureMarqueeKind);
+    factory.registerKind<playtext>(QStringLiteral("text"));
     return factory;
 }
 

@@ -6,6 +6,7 @@
 
 #include <capture.h>
 #include <demo.h>
+#include <playerpath.h>
 #include <effectdisplay.h>
 #include <gallery.h>
 #include <hostscreen.h>
@@ -281,6 +282,7 @@ private slots:
     void demoFoldAndTicker();
 
     void demoWritesContactSheet();
+    void demoTextRegions();
     void programSurvivesBadRegions_data();
     void programSurvivesBadRegions();
     void unreadablePlaylistFails_data();
@@ -1182,13 +1184,14 @@ void TestMediaHost::demoWritesContactSheet()
         = run({ QStringLiteral("--demo"), QStringLiteral("--seconds"), QStringLiteral("2"), QStringLiteral("--capture"),
             frames, QStringLiteral("--fps"), QStringLiteral("4"), QStringLiteral("--contact-sheet"), sheetPath });
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
-    for (const QString& region : { QStringLiteral("tile-1"), kDemoFoldRegion, kDemoTickerRegion })
+    for (const QString& region :
+        { QStringLiteral("tile-1"), kDemoFoldRegion, kDemoTickerRegion, kDemoNoticeRegion, kDemoStaticRegion })
         QVERIFY2(
             result.err.contains(QStringLiteral("region '%1' item 1: status 1").arg(region)), qPrintable(result.err));
     QVERIFY2(!result.err.contains(QLatin1String("[error]")), qPrintable(result.err));
 
     const QImage first(QDir(frames).filePath(FrameCapture::frameFileName(1)));
-    QCOMPARE(first.size(), QSize(1280, 720));
+    QCOMPARE(first.size(), QSize(1920, 1080));
 
     QVERIFY(QFileInfo(sheetPath).size() > 0);
     const QImage sheet(sheetPath);
@@ -1202,6 +1205,59 @@ void TestMediaHost::demoWritesContactSheet()
             colours << sheet.pixel(x, y);
     }
     QVERIFY2(colours.size() > 200, qPrintable(QString::number(colours.size())));
+}
+
+void TestMediaHost::demoTextRegions()
+{
+    QDir dir(m_dir.path());
+    QVERIFY(dir.mkpath(QStringLiteral("demo-text")));
+    Playlist playlist;
+    QString error;
+    QVERIFY2(buildDemoPlaylist(dir.filePath(QStringLiteral("demo-text")), playlist, &error), qPrintable(error));
+    const PlaylistRegion* notice = findRegion(playlist, kDemoNoticeRegion);
+    const PlaylistRegion* still = findRegion(playlist, kDemoStaticRegion);
+    QVERIFY(notice && still);
+    QCOMPARE(notice->items.first().kind, QStringLiteral("text"));
+    // Text regions lie on the screen beside the others, overlapping none.
+    for (const PlaylistRegion& region : playlist.regions) {
+        QVERIFY(QRect(QPoint(0, 0), playlist.screenSize).contains(region.geometry));
+        for (const PlaylistRegion* text : { notice, still }) {
+            if (&region != text)
+                QVERIFY2(!region.geometry.intersects(text->geometry), qPrintable(region.name));
+        }
+    }
+
+    PlayerPath::getInstance().setImageCachePath(dir.filePath(QStringLiteral("demo-text-cache")));
+    LogCapture log;
+    HostScreen screen(playlist, PlayerFactory::withBuiltinPlayers());
+    screen.show();
+    screen.start();
+    for (const PlaylistRegion* text : { notice, still }) {
+        const QString ready = QStringLiteral("region '%1' item 1: status 1").arg(text->name);
+        QTRY_VERIFY_WITH_TIMEOUT(log.contains(ready), kMarqueeWaitMs);
+    }
+    // Text on its background: many pixels differ from the region's colour, which fills the rest.
+    const auto regionImage
+        = [&](const PlaylistRegion* region) { return screen.grab().toImage().copy(region->geometry); };
+    const auto textPixels = [](const QImage& image) {
+        const QRgb background = image.pixel(image.width() - 2, image.height() - 2);
+        int count = 0;
+        for (int y = 0; y < image.height(); y += 2) {
+            for (int x = 0; x < image.width(); x += 2)
+                count += image.pixel(x, y) != background;
+        }
+        return count;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(textPixels(regionImage(notice)) > 500, kMarqueeWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(textPixels(regionImage(still)) > 500, kMarqueeWaitMs);
+    // The notice turns to its next page; the static page stays as it is.
+    const QImage firstPage = regionImage(notice);
+    const QImage staticPage = regionImage(still);
+    QTRY_VERIFY_WITH_TIMEOUT(regionImage(notice) != firstPage, kMarqueeWaitMs);
+    QCOMPARE(regionImage(still), staticPage);
+    screen.stop();
+    PlayerPath::getInstance().setImageCachePath(QString());
+    QVERIFY2(log.unexpectedErrors().isEmpty(), qPrintable(log.unexpectedErrors().join('\n')));
 }
 
 void TestMediaHost::programSurvivesBadRegions_data()
