@@ -239,9 +239,10 @@ void ImagePlayCtrl::slotAppend(QString imagename, bool bCreatImageStatus)
     const int type = m_displayStyle.type;
     if (type == ns::SCROLL && !m_fold.enabled) {
         QFile file(imagename);
-        if (!file.open(QIODevice::ReadOnly))
+        const bool opened = file.open(QIODevice::ReadOnly);
+        if (!opened)
             PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
-        if (!m_image.loadFromData(file.readAll())) {
+        if (!m_image.loadFromData(opened ? file.readAll() : QByteArray())) {
             PLAYER_LOG(debug, "ImagePlayCtrl------------------loadPic image failed");
         } else {
             const QSize target = m_needResize ? size() : m_image.size();

@@ -114,15 +114,20 @@ private:
     void appendScroll(bool bCreatImageStatus);
     void appendScrollSync();
     void appendFoldScroll(bool bCreatImageStatus);
-    bool prepareScroll();
+    bool prepareScroll(bool sync);
     int gapFor(bool sync) const;
     void startBelt();
-    void layoutOneImage(const QPixmap& image);
+    void layoutOneImage();
     void layoutTwoImages();
     void layoutManyImages();
     void joinThirdImage();
     void startScrollTimer();
-    void placeLabel(QLabel* label, const QPixmap& pixmap, const QPoint& at);
+    // Positions along the belt's axis: x for a horizontal scroll, y for a vertical one.
+    int beltStart(const QLabel* label);
+    int along(const QLabel* label) const;
+    int extent(const QLabel* label) const;
+    void moveAlong(QLabel* label, int position);
+    void showImage(QLabel* label, int index);
     void tick(ns::MoveType direction);
 
     QString m_bkColor;
@@ -166,4 +171,6 @@ private:
     bool m_deletePic = false;
     bool m_needResize = false;
     bool m_waitFirstShow = true;
+    // Images the belt was laid out with (at most three); 0 while it collects. A belt starts once.
+    int m_beltImages = 0;
 };
