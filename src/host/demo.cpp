@@ -95,6 +95,21 @@ constexpr int kNoticeEffect = 0x14; // extendCenter between pages
 constexpr int kNoticeEffectMs = 700;
 constexpr int kNoticeStayMs = 2500;
 
+// Below the static page: an upward and a downward scroll side by side, then the office pages.
+constexpr int kScrollTop = kTextTop + kNoticeHeight + kGap + kStaticHeight + kGap;
+constexpr int kScrollHeight = 160;
+constexpr int kScrollWidth = (kTextWidth - kGap) / 2;
+constexpr int kUpId = 962;
+constexpr int kDownId = 963;
+constexpr int kUpLevel = 3; // 62.5 px/s
+constexpr int kDownLevel = 2; // 40 px/s
+// The tickers: leftward in sync mode, one pass of its text in the item's duration; rightward at a
+// pixel rate.
+constexpr int kLeftTickerId = 964;
+constexpr int kRightTickerId = 965;
+constexpr int kLeftTickerPassMs = 20000;
+constexpr int kRightTickerPixelsPerSecond = 90;
+
 // What the folded region's pictures come up with, one after the other.
 const QVector<DemoEffect> kFoldEffects { { 0xF2, "openToBothSide" }, { 0x10, "extendLeft" }, { 0x90, "wheelRotate" } };
 
@@ -496,6 +511,67 @@ PlaylistRegion staticRegion()
         kStaticId, textRecord(style, styles, paragraphs));
 }
 
+nlohmann::json scrollStyle(int moveType, int speed, bool speedIsPixels = false)
+{
+    return { { "type", ns::SCROLL },
+        { "scrollAttributes",
+            { { "effecs", { { "speed", speed }, { "moveType", moveType } } }, { "speedIsPixels", speedIsPixels } } } };
+}
+
+// Pages that scroll up and down, one round after the other with a window's height between.
+PlaylistRegion verticalScrollRegion(const QString& name, int moveType, int level, int left, int id)
+{
+    enum { Head = 1, Body, Chinese };
+    const nlohmann::json styles = { textStyle(Head, "Arial", 24, "#FFFFD24A", ns::FONT_BOLD),
+        textStyle(Body, "Arial", 20, "#FFFFFFFF"), textStyle(Chinese, "SimSun", 22, "#FF8FD694") };
+    const bool up = moveType == ns::MOVE_UP;
+    const nlohmann::json lines = { { textRun(Head, up ? "Scrolling up" : "Scrolling down") },
+        { textRun(Body, up ? "MOVE_UP, level 3" : "MOVE_DOWN, level 2") },
+        { textRun(Chinese, up ? "向上滚动的文字" : "向下滚动的文字") }, { textRun(Body, "Arrivals · Departures") },
+        { textRun(Body, "Platform 4 · 09:42") }, { textRun(Chinese, "请注意安全") } };
+    const nlohmann::json paragraphs = { textParagraph(lines, ns::ALIGN_HCENTER, ns::ALIGN_TOP, "#FF203040", 4) };
+    return textRegion(name, QRect(left, kScrollTop, kScrollWidth, kScrollHeight), id,
+        textRecord(scrollStyle(moveType, level), styles, paragraphs));
+}
+
+// A one-line ticker; `sync` fits one pass of its text into the item's duration.
+PlaylistRegion tickerTextRegion(const QString& name, int top, int moveType, int speed, bool speedIsPixels, bool sync,
+    int durationMs, int id, const nlohmann::json& lines, const char* background)
+{
+    enum { Plain = 1, Strong, Chinese };
+    const nlohmann::json styles = { textStyle(Plain, "Arial", 26, "#FFFFFFFF"),
+        textStyle(Strong, "Arial", 26, "#FF12141A", ns::FONT_BOLD, "#FFFFD24A"),
+        textStyle(Chinese, "Microsoft YaHei", 26, "#FF8FD694") };
+    nlohmann::json record = nlohmann::json::parse(textRecord(scrollStyle(moveType, speed, speedIsPixels), styles,
+        nlohmann::json::array({ textParagraph(lines, ns::ALIGN_LEFT, ns::ALIGN_VCENTER, background) })));
+    record["content"]["textSyncWithMusic"] = sync;
+    PlaylistRegion region
+        = textRegion(name, QRect(kGap, top, kScreenWidth - 2 * kGap, kTextTickerHeight), id, record.dump());
+    region.items.first().widget.duration = durationMs;
+    return region;
+}
+
+PlaylistRegion leftTickerRegion()
+{
+    enum { Plain = 1, Strong, Chinese };
+    const nlohmann::json lines = { { textRun(Strong, " NEWS "),
+        textRun(Plain, "  Text ticker moving left in sync mode: one pass of this line takes the item's 20 s  ·  "),
+        textRun(Chinese, "同步模式：整段文字在二十秒内走完"),
+        textRun(Plain, "  ·  then the next round follows a screen and a bit later  ") } };
+    return tickerTextRegion(kDemoLeftTickerRegion, kTextTickersTop, ns::MOVE_LEFT, 3, false, true, kLeftTickerPassMs,
+        kLeftTickerId, lines, "#FF1B2A49");
+}
+
+PlaylistRegion rightTickerRegion()
+{
+    enum { Plain = 1, Strong, Chinese };
+    const nlohmann::json lines = { { textRun(Plain, "  Text ticker moving right at 90 pixels a second  ·  "),
+        textRun(Chinese, "每秒九十像素向右移动"), textRun(Plain, "  ·  "), textRun(Strong, " MOVE_RIGHT ") } };
+    return tickerTextRegion(kDemoRightTickerRegion, kTextTickersTop + kTextTickerHeight + kGap, ns::MOVE_RIGHT,
+        kRightTickerPixelsPerSecond, true, false, playlistdefaults::kItemDurationMs, kRightTickerId, lines,
+        "#FF3A164A");
+}
+
 } // namespace
 
 const QVector<DemoEffect>& demoEffects()
@@ -617,6 +693,10 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
     animation.items << animated;
     playlist.regions << animation;
 
-    playlist.regions << noticeRegion() << staticRegion();
+    playlist.regions << noticeRegion() << staticRegion()
+                     << verticalScrollRegion(kDemoUpRegion, ns::MOVE_UP, kUpLevel, kTextLeft, kUpId)
+                     << verticalScrollRegion(
+                            kDemoDownRegion, ns::MOVE_DOWN, kDownLevel, kTextLeft + kScrollWidth + kGap, kDownId)
+                     << leftTickerRegion() << rightTickerRegion();
     return true;
 }
