@@ -1,6 +1,7 @@
 #include "ctrlimageplay.h"
 
 #include "effectdisplay.h"
+#include "foldgeometry.h"
 
 #include <imageplayhelper.h>
 #include <spdlogger.h>
@@ -156,19 +157,7 @@ int ImagePlayCtrl::calFoldLocal(int n)
 
 QSize ImagePlayCtrl::calFoldPixmapSize()
 {
-    if (!m_fold.enabled)
-        return QSize(m_width, m_height);
-    if (m_fold.rects.empty())
-        return QSize(0, 0);
-    int sum = 0;
-    if (m_fold.orientation == ns::ORIENTATION_HORIZONTAL) {
-        for (const ns::FoldRect& rect : m_fold.rects)
-            sum += rect.width;
-        return QSize(sum, m_fold.rects.back().height);
-    }
-    for (const ns::FoldRect& rect : m_fold.rects)
-        sum += rect.height;
-    return QSize(m_fold.rects.back().width, sum);
+    return composedFoldSize(m_fold, QSize(m_width, m_height));
 }
 
 int ImagePlayCtrl::initImagePos(ns::VAlignment, int length)
@@ -300,113 +289,77 @@ void ImagePlayCtrl::slotCreatImageEnd(bool isEnd)
     m_isEnd = isEnd;
 }
 
-void ImagePlayCtrl::pause()
+ImagePlayCtrl::ScrollTimer ImagePlayCtrl::scrollTimerOf(int moveType)
+{
+    switch (moveType) {
+    case ns::MOVE_UP:
+        return { &m_timerUp, &m_iTimerScrllImageUp };
+    case ns::MOVE_DOWN:
+        return { &m_timerDown, &m_iTimerScrllImageDown };
+    case ns::MOVE_LEFT:
+        return { &m_timerLeft, &m_iTimerScrllImageLeft };
+    case ns::MOVE_RIGHT:
+        return { &m_timerRight, &m_iTimerScrllImageRight };
+    default:
+        return {};
+    }
+}
+
+void ImagePlayCtrl::killRunningTimer(int& id)
 {
     // A dead timer is never killed twice, so a second pause is quiet.
-    const auto killRunning = [this](int& id) {
-        if (id != 0)
-            killTimer(id);
-        id = 0;
-    };
-    switch (m_displayStyle.type) {
-    case ns::PAGE_SWITCH:
-        killRunning(m_iTimerPageSwitch);
+    if (id != 0)
+        killTimer(id);
+    id = 0;
+}
+
+void ImagePlayCtrl::restartTimer(int& id)
+{
+    // A timer still running is replaced, not doubled: a resume without a pause, or a start after
+    // one, must not make the display run twice as fast.
+    killRunningTimer(id);
+    id = startTimer(m_speed, Qt::CoarseTimer);
+}
+
+void ImagePlayCtrl::pause()
+{
+    if (m_displayStyle.type == ns::PAGE_SWITCH) {
+        killRunningTimer(m_iTimerPageSwitch);
         if (m_pEffectDisplay)
             m_pEffectDisplay->pauseInterface();
         return;
-    case ns::SCROLL:
-        break;
-    default:
-        return;
     }
-    switch (m_displayStyle.scrollAttributes.effecs.moveType) {
-    case ns::MOVE_UP:
-        if (m_textSyncWithMusic) {
-            if (m_timerUp.isActive())
-                m_timerUp.stop();
-        } else {
-            killRunning(m_iTimerScrllImageUp);
-        }
-        break;
-    case ns::MOVE_DOWN:
-        if (m_textSyncWithMusic) {
-            if (m_timerDown.isActive())
-                m_timerDown.stop();
-        } else {
-            killRunning(m_iTimerScrllImageDown);
-        }
-        break;
-    case ns::MOVE_LEFT:
-        if (m_textSyncWithMusic) {
-            if (m_timerLeft.isActive())
-                m_timerLeft.stop();
-        } else {
-            killRunning(m_iTimerScrllImageLeft);
-        }
-        break;
-    case ns::MOVE_RIGHT:
-        if (m_textSyncWithMusic) {
-            if (m_timerRight.isActive())
-                m_timerRight.stop();
-        } else {
-            killRunning(m_iTimerScrllImageRight);
-        }
-        break;
-    default:
+    if (m_displayStyle.type != ns::SCROLL)
+        return;
+    const ScrollTimer timer = scrollTimerOf(m_displayStyle.scrollAttributes.effecs.moveType);
+    if (!timer.timer) {
         PLAYER_LOG(debug,
             "ImagePlay::slotAppend=====m_RichTextInfo.content.displayStyle.scrollAttributes.effecs.moveType is null");
-        break;
+    } else if (m_textSyncWithMusic) {
+        if (timer.timer->isActive())
+            timer.timer->stop();
+    } else {
+        killRunningTimer(*timer.id);
     }
 }
 
 void ImagePlayCtrl::resume()
 {
-    // A timer still running is replaced, not doubled: a resume without a pause must not make the
-    // display run twice as fast.
-    const auto restart = [this](int& id) {
-        if (id != 0)
-            killTimer(id);
-        id = startTimer(m_speed, Qt::CoarseTimer);
-    };
-    switch (m_displayStyle.type) {
-    case ns::PAGE_SWITCH:
-        restart(m_iTimerPageSwitch);
+    if (m_displayStyle.type == ns::PAGE_SWITCH) {
+        restartTimer(m_iTimerPageSwitch);
         if (m_pEffectDisplay)
             m_pEffectDisplay->resumeInterface();
         return;
-    case ns::SCROLL:
-        break;
-    default:
+    }
+    if (m_displayStyle.type != ns::SCROLL)
         return;
-    }
-    switch (m_displayStyle.scrollAttributes.effecs.moveType) {
-    case ns::MOVE_UP:
-        if (m_textSyncWithMusic)
-            m_timerUp.start(m_speed);
-        else
-            restart(m_iTimerScrllImageUp);
-        break;
-    case ns::MOVE_DOWN:
-        if (m_textSyncWithMusic)
-            m_timerDown.start(m_speed);
-        else
-            restart(m_iTimerScrllImageDown);
-        break;
-    case ns::MOVE_LEFT:
-        if (m_textSyncWithMusic)
-            m_timerLeft.start(m_speed);
-        else
-            restart(m_iTimerScrllImageLeft);
-        break;
-    case ns::MOVE_RIGHT:
-        if (m_textSyncWithMusic)
-            m_timerRight.start(m_speed);
-        else
-            restart(m_iTimerScrllImageRight);
-        break;
-    default:
-        break;
-    }
+    const ScrollTimer timer = scrollTimerOf(m_displayStyle.scrollAttributes.effecs.moveType);
+    if (!timer.timer)
+        return;
+    if (m_textSyncWithMusic)
+        timer.timer->start(m_speed);
+    else
+        restartTimer(*timer.id);
 }
 
 void ImagePlayCtrl::stop()
@@ -423,11 +376,8 @@ void ImagePlayCtrl::destory()
     // Without its children the control cannot play on; its timers stop with them, so that a tick
     // never reaches a deleted display.
     for (int* id : { &m_iTimerPageSwitch, &m_iTimerStaticPage, &m_iTimerScrllImageUp, &m_iTimerScrllImageDown,
-             &m_iTimerScrllImageLeft, &m_iTimerScrllImageRight }) {
-        if (*id != 0)
-            killTimer(*id);
-        *id = 0;
-    }
+             &m_iTimerScrllImageLeft, &m_iTimerScrllImageRight })
+        killRunningTimer(*id);
     for (QTimer* timer : { &m_timerUp, &m_timerDown, &m_timerLeft, &m_timerRight })
         timer->stop();
 
@@ -470,10 +420,10 @@ void ImagePlayCtrl::onImageInitOk()
         return;
     m_waitFirstShow = false;
     if (m_displayStyle.type == ns::PAGE_SWITCH) {
-        m_iTimerPageSwitch = startTimer(m_speed, Qt::CoarseTimer);
+        restartTimer(m_iTimerPageSwitch);
         emit signalsImageReady();
     } else if (m_displayStyle.type == ns::STATIC_PAGE) {
-        m_iTimerStaticPage = startTimer(m_speed, Qt::CoarseTimer);
+        restartTimer(m_iTimerStaticPage);
         emit signalsImageReady();
     }
 }

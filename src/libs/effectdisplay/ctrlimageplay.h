@@ -97,6 +97,15 @@ private:
     int initImagePos(ns::VAlignment v, int length);
     int initMarqueePos(ns::VAlignment v, int height);
 
+    // The sync QTimer and the QObject timer id of a scroll direction; both null for no direction.
+    struct ScrollTimer {
+        QTimer* timer = nullptr;
+        int* id = nullptr;
+    };
+    ScrollTimer scrollTimerOf(int moveType);
+    void killRunningTimer(int& id);
+    void restartTimer(int& id);
+
     // The fold rewrite of one file: drawPixmapToFoldSize without the open check.
     void rewriteToFoldSize(const QString& name, ns::VAlignment v);
     void onImageInitOk();

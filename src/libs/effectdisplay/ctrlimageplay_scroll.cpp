@@ -420,23 +420,11 @@ void ImagePlayCtrl::joinThirdImage()
 
 void ImagePlayCtrl::startScrollTimer()
 {
-    const auto direction = m_displayStyle.scrollAttributes.effecs.moveType;
-    if (m_textSyncWithMusic) {
-        QTimer* timer = direction == ns::MOVE_UP ? &m_timerUp
-            : direction == ns::MOVE_DOWN         ? &m_timerDown
-            : direction == ns::MOVE_LEFT         ? &m_timerLeft
-                                                 : &m_timerRight;
-        timer->start(m_speed);
-        return;
-    }
-    int& id = direction == ns::MOVE_UP ? m_iTimerScrllImageUp
-        : direction == ns::MOVE_DOWN   ? m_iTimerScrllImageDown
-        : direction == ns::MOVE_LEFT   ? m_iTimerScrllImageLeft
-                                       : m_iTimerScrllImageRight;
-    // A resume before the images came may have started one already; one timer drives a belt.
-    if (id != 0)
-        killTimer(id);
-    id = startTimer(m_speed, Qt::CoarseTimer);
+    const ScrollTimer timer = scrollTimerOf(m_displayStyle.scrollAttributes.effecs.moveType);
+    if (m_textSyncWithMusic)
+        timer.timer->start(m_speed);
+    else
+        restartTimer(*timer.id);
 }
 
 void ImagePlayCtrl::tick(ns::MoveType direction)

@@ -1,6 +1,7 @@
 #include "imageplay.h"
 
 #include "ctrlimageplay.h"
+#include "foldgeometry.h"
 
 #include <imageplayhelper.h>
 #include <spdlogger.h>
@@ -260,19 +261,7 @@ int ImagePlay::calLineHeight(const std::vector<ns::TextRun>& line)
 
 QSize ImagePlay::calFoldPixmapSize() const
 {
-    if (!m_fold.enabled)
-        return QSize(m_width, m_height);
-    if (m_fold.rects.empty())
-        return QSize(0, 0);
-    int sum = 0;
-    if (m_fold.orientation == ns::ORIENTATION_HORIZONTAL) {
-        for (const ns::FoldRect& rect : m_fold.rects)
-            sum += rect.width;
-        return QSize(sum, m_fold.rects.back().height);
-    }
-    for (const ns::FoldRect& rect : m_fold.rects)
-        sum += rect.height;
-    return QSize(m_fold.rects.back().width, sum);
+    return composedFoldSize(m_fold, QSize(m_width, m_height));
 }
 
 void ImagePlay::stopAllThreads()
