@@ -151,6 +151,8 @@ private slots:
     void staticPageFiresThroughPause();
     void firstPageIsOnScreen();
     void destroyTwiceOnlyLogs();
+    void fileRemoverOutlivesControl_data();
+    void fileRemoverOutlivesControl();
     void destroyWhileRendering_data();
     void destroyWhileRendering();
 
@@ -456,6 +458,54 @@ void TestPlayText::destroyTwiceOnlyLogs()
     region.player->iResume();
     delete region.player.data();
     QCOMPARE(m_log->count(QStringLiteral("playtext iDestory begin")), 3);
+}
+
+void TestPlayText::fileRemoverOutlivesControl_data()
+{
+    QTest::addColumn<bool>("deletePic");
+    QTest::newRow("files kept by default") << false;
+    QTest::newRow("files removed after the control") << true;
+}
+
+void TestPlayText::fileRemoverOutlivesControl()
+{
+    QFETCH(bool, deletePic);
+
+    constexpr int kFiles = 300;
+    QStringList files;
+    for (int i = 0; i < kFiles; ++i) {
+        QImage page(QSize(40, 20), QImage::Format_ARGB32);
+        page.fill(QColor::fromHsv(i % 360, 200, 200));
+        files << m_dir->filePath(QStringLiteral("page-%1.png").arg(i));
+        QVERIFY(page.save(files.last()));
+    }
+    {
+        QWidget parent;
+        parent.resize(kRegion);
+        auto* control = new ImagePlayCtrl(&parent);
+        ns::DisplayStyle style;
+        style.type = ns::PAGE_SWITCH;
+        control->initImagePlay(style, ns::ALIGN_TOP, ns::ALIGN_LEFT);
+        control->setDeletePic(deletePic);
+        for (int i = 0; i < kFiles; ++i)
+            control->slotAppend(files.at(i), i == kFiles - 1);
+        // One file has gone already: the remover passes over it in silence.
+        QVERIFY(QFile::remove(files.at(kFiles / 2)));
+        // The control and its parent go at once; the remover works on its own copy of the names.
+    }
+    const auto left = [&] {
+        int count = 0;
+        for (const QString& file : files)
+            count += QFile::exists(file);
+        return count;
+    };
+    if (deletePic) {
+        QTRY_COMPARE_WITH_TIMEOUT(left(), 0, kRenderTimeoutMs);
+        QTRY_COMPARE(m_log->count(QStringLiteral("detory imageNames size = %1").arg(kFiles)), 1);
+    } else {
+        QCOMPARE(left(), kFiles - 1);
+        QCOMPARE(m_log->count(QStringLiteral("detory imageNames size")), 0);
+    }
 }
 
 void TestPlayText::destroyWhileRendering_data()
