@@ -35,9 +35,11 @@ demo: build
 	@bash scripts/run-demo.sh $(BUILD_DIR)
 
 bench: build
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/effectbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/textbench --benchmark_counters_tabular=true
+	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/scrollbench
+	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/playtextbench
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

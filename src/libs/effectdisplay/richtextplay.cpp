@@ -61,20 +61,66 @@ bool measuresInWindows(const QFont& font)
     return font.letterSpacing() >= 100;
 }
 
-// The first n in [1, last] whose head of `text` is wider than `maxWidth`, given that the head of
-// `last` units is. Binary search: heads never get narrower as they grow (see measuresInWindows).
-int firstWiderHead(const QFontMetrics& fm, const QString& text, int last, double maxWidth)
+// Width of the head of `n` units of `text`, measured with the context that shaping needs behind it
+// and no more, so that a measure costs in proportion to the head.
+int headWidth(const QFontMetrics& fm, const QString& text, int n)
 {
-    int low = 1;
-    int high = last;
+    if (n + kShapingContext < text.size())
+        return fm.horizontalAdvance(text.left(n + kShapingContext), n);
+    return fm.horizontalAdvance(text, n);
+}
+
+// The first n in [1, last] whose head of `text` is wider than `maxWidth`, given that the head of
+// `last` units, `widthAtLast` wide, is. Heads never get narrower as they grow (measuresInWindows),
+// so the answer is bracketed: first around a guess from the mean advance of the head, which in a
+// run of similar glyphs lands within a unit or two, then by bisection.
+int firstWiderHead(const QFontMetrics& fm, const QString& text, int last, double maxWidth, int widthAtLast)
+{
+    int low = 1; // every head shorter than this fits
+    int high = last; // this head is wider
+    const double perUnit = double(std::max(1, widthAtLast)) / last;
+    const int guess = std::clamp(int(maxWidth / perUnit) + 1, low, high);
+    if (headWidth(fm, text, guess) > maxWidth) {
+        high = guess;
+        for (int step = 1; guess - step >= low; step *= 2) {
+            if (!(headWidth(fm, text, guess - step) > maxWidth)) {
+                low = guess - step + 1;
+                break;
+            }
+            high = guess - step;
+        }
+    } else {
+        low = guess + 1;
+        for (int step = 1; guess + step < high; step *= 2) {
+            if (headWidth(fm, text, guess + step) > maxWidth) {
+                high = guess + step;
+                break;
+            }
+            low = guess + step + 1;
+        }
+    }
     while (low < high) {
         const int middle = low + (high - low) / 2;
-        if (fm.horizontalAdvance(text, middle) > maxWidth)
+        if (headWidth(fm, text, middle) > maxWidth)
             high = middle;
         else
             low = middle + 1;
     }
     return low;
+}
+
+// The cut by its plain definition: every head measured in the whole text, in turn.
+QString plainCut(const QFontMetrics& fm, const QString& text, double maxWidth)
+{
+    if (maxWidth > fm.horizontalAdvance(text))
+        return text;
+    if (text.size() < 2)
+        return QString();
+    for (int n = 1; n < text.size(); ++n) {
+        if (fm.horizontalAdvance(text, n) > maxWidth)
+            return text.left(n - 1);
+    }
+    return text.left(text.size() - 1);
 }
 
 } // namespace
@@ -201,12 +247,12 @@ std::pair<bool, QPoint> RichTextPlay::paintLine(
 
         applyTextStyle(painter, textAttributes[attributeIndex(line[run].attributeId, textAttributes)]);
         const QFontMetrics fm = painter.fontMetrics();
-        const std::optional<int> w = widthIfFits(text, painter.font(), pageWidth - x);
+        const RunFit fit = fitRun(text, painter.font(), pageWidth - x);
 
-        if (w) {
+        if (fit.width) {
             if (!text.isEmpty()) {
                 appendSegment(text, painter.font());
-                x += *w;
+                x += *fit.width;
                 m_hasPending = true;
             }
             if (++run >= line.size())
@@ -216,7 +262,7 @@ std::pair<bool, QPoint> RichTextPlay::paintLine(
             continue;
         }
 
-        QString part = cutTextToWidth(text, painter.font(), pageWidth - x);
+        QString part = fit.head;
         text.remove(0, part.size());
         // Not one unit fits on a fresh line: take it anyway, or the loop would never advance.
         if (part.isEmpty() && x == 0 && !text.isEmpty()) {
@@ -368,50 +414,48 @@ int RichTextPlay::attributeIndex(int id, const TextAttributes& textAttributes)
     return 0;
 }
 
-QString RichTextPlay::cutTextToWidth(const QString& text, const QFont& font, double maxWidth)
+RichTextPlay::RunFit RichTextPlay::fitRun(const QString& text, const QFont& font, double available)
 {
     const QFontMetrics fm(font);
-    if (measuresInWindows(font)) {
-        // A long run: find a window whose head is already too wide, then the first too wide head in it.
-        for (int window = firstWindow(fm, maxWidth); window < text.size(); window = nextWindow(window, text.size())) {
-            const QString head = text.left(window);
-            const int last = window - kShapingContext;
-            if (fm.horizontalAdvance(head, last) > maxWidth)
-                return text.left(firstWiderHead(fm, head, last, maxWidth) - 1);
-        }
-    }
-    if (maxWidth > fm.horizontalAdvance(text))
-        return text;
-    if (text.size() < 2)
-        return QString();
     if (!measuresInWindows(font)) {
-        // Heads may get narrower as they grow, so every head is measured in turn.
-        for (int n = 1; n < text.size(); ++n) {
-            if (fm.horizontalAdvance(text, n) > maxWidth)
-                return text.left(n - 1);
-        }
-        return text.left(text.size() - 1);
+        // Heads may get narrower as they grow: every head is measured in turn.
+        const int width = fm.horizontalAdvance(text);
+        if (!(width > available))
+            return { width, QString() };
+        return { std::nullopt, plainCut(fm, text, available) };
     }
-    const int last = text.size() - 1;
-    if (fm.horizontalAdvance(text, last) > maxWidth)
-        return text.left(firstWiderHead(fm, text, last, maxWidth) - 1);
-    return text.left(last);
-}
-
-std::optional<int> RichTextPlay::widthIfFits(const QString& text, const QFont& font, double available)
-{
-    const QFontMetrics fm(font);
-    if (measuresInWindows(font)) {
-        // A head already wider than the room: the whole run is wider still, however long it is.
-        for (int window = firstWindow(fm, available); window < text.size(); window = nextWindow(window, text.size())) {
-            if (fm.horizontalAdvance(text.left(window), window - kShapingContext) > available)
-                return std::nullopt;
-        }
+    // A long run: a head already wider than the room tells that the run is wider still, and the
+    // cut lies inside that head.
+    for (int window = firstWindow(fm, available); window < text.size(); window = nextWindow(window, text.size())) {
+        const int last = window - kShapingContext;
+        const int width = headWidth(fm, text, last);
+        if (width > available)
+            return { std::nullopt, text.left(firstWiderHead(fm, text, last, available, width) - 1) };
     }
     const int width = fm.horizontalAdvance(text);
-    if (width > available)
-        return std::nullopt;
-    return width;
+    if (!(width > available))
+        return { width, QString() };
+    if (text.size() < 2)
+        return { std::nullopt, QString() };
+    const int last = text.size() - 1;
+    const int widthAtLast = headWidth(fm, text, last);
+    if (widthAtLast > available)
+        return { std::nullopt, text.left(firstWiderHead(fm, text, last, available, widthAtLast) - 1) };
+    return { std::nullopt, text.left(last) };
+}
+
+QString RichTextPlay::cutTextToWidth(const QString& text, const QFont& font, double maxWidth)
+{
+    if (!measuresInWindows(font))
+        return plainCut(QFontMetrics(font), text, maxWidth);
+    const RunFit fit = fitRun(text, font, maxWidth);
+    if (!fit.width)
+        return fit.head;
+    // The whole text is no wider than maxWidth, and it is returned only if it is narrower. At equal
+    // width no head is wider either, so all but the last unit fit.
+    if (maxWidth > *fit.width)
+        return text;
+    return text.size() < 2 ? QString() : text.left(text.size() - 1);
 }
 
 int RichTextPlay::tallestFontIndex(const QList<QFont>& fonts)

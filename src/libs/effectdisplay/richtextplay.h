@@ -52,9 +52,14 @@ public:
     /// QFontMetrics::horizontalAdvance(text, n) above `maxWidth` gives n - 1 units. Costs in
     /// proportion to the head, not to the whole text.
     static QString cutTextToWidth(const QString& text, const QFont& font, double maxWidth);
-    /// QFontMetrics::horizontalAdvance(text) if it is not greater than `available`, else nothing;
-    /// a long text that does not fit is found out from its head.
-    static std::optional<int> widthIfFits(const QString& text, const QFont& font, double available);
+    /// How a run meets the room left on a line: `width` is QFontMetrics::horizontalAdvance(text)
+    /// when that is not greater than the room; otherwise `head` is the cut, as cutTextToWidth.
+    struct RunFit {
+        std::optional<int> width;
+        QString head;
+    };
+    /// Fits or cuts `text` for `available` pixels in one pass, in time proportional to the line.
+    static RunFit fitRun(const QString& text, const QFont& font, double available);
     /// Index of the first font of greatest QFontMetrics::height.
     static int tallestFontIndex(const QList<QFont>& fonts);
     /// x of a line of width `used` + `extra` inside `available` pixels.

@@ -115,11 +115,11 @@ std::pair<bool, double> RichTextPlay::paintMarqueeLine(
 
         applyTextStyle(painter, textAttributes[attributeIndex(line[run].attributeId, textAttributes)]);
         const QFontMetrics fm = painter.fontMetrics();
-        const std::optional<int> w = widthIfFits(text, painter.font(), m_imageWidth - x);
+        const RunFit fit = fitRun(text, painter.font(), m_imageWidth - x);
 
-        if (w) {
+        if (fit.width) {
             appendSegment(text);
-            x += *w;
+            x += *fit.width;
             m_hasPending = true;
             if (run + 1 >= line.size()) {
                 const double end = paintMarqueeSegments(drawX, bottom, texts, formats, painter);
@@ -131,7 +131,7 @@ std::pair<bool, double> RichTextPlay::paintMarqueeLine(
             continue;
         }
 
-        QString part = cutTextToWidth(text, painter.font(), m_imageWidth - x);
+        QString part = fit.head;
         text.remove(0, part.size());
         if (part.isEmpty() && x == 0 && !text.isEmpty()) {
             part = text.left(1);
