@@ -110,6 +110,14 @@ constexpr int kRightTickerId = 965;
 constexpr int kLeftTickerPassMs = 20000;
 constexpr int kRightTickerPixelsPerSecond = 90;
 
+// Office pages under the scrolling texts: slides the demo draws, paged through reelBottom.
+constexpr int kOfficeTop = kScrollTop + kScrollHeight + kGap;
+constexpr int kOfficeId = 966;
+constexpr int kOfficePages = 3;
+constexpr int kOfficeEffect = 0x41; // reelBottom
+constexpr int kOfficeEffectMs = 800;
+constexpr int kOfficeStayMs = 3000;
+
 // What the folded region's pictures come up with, one after the other.
 const QVector<DemoEffect> kFoldEffects { { 0xF2, "openToBothSide" }, { 0x10, "extendLeft" }, { 0x90, "wheelRotate" } };
 
@@ -572,6 +580,68 @@ PlaylistRegion rightTickerRegion()
         "#FF3A164A");
 }
 
+// A slide of a small presentation: a white page with a coloured heading band, three bullet lines
+// and a page number, drawn larger than the region so the player's scaling shows.
+QImage drawOfficePage(const QSize& size, int page)
+{
+    static const char* const kHeadings[kOfficePages] = { "Quarterly report", "Visitors by month", "Next steps" };
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    const int band = size.height() / 4;
+    painter.fillRect(QRect(0, 0, size.width(), band), QColor::fromHsv(210 + page * 40, 160, 170));
+    painter.setPen(Qt::white);
+    painter.setFont(pixelFont(band * 55 / 100, true));
+    painter.drawText(QRect(size.width() / 20, 0, size.width(), band), Qt::AlignLeft | Qt::AlignVCenter,
+        QString::fromLatin1(kHeadings[page]));
+    painter.setPen(QColor(0x30, 0x30, 0x30));
+    painter.setFont(pixelFont(band * 32 / 100, false));
+    const int line = (size.height() - band) / 4;
+    for (int item = 0; item < 3; ++item) {
+        const int y = band + line / 2 + item * line;
+        painter.setBrush(QColor::fromHsv(210 + page * 40, 160, 170));
+        painter.drawEllipse(QPoint(size.width() / 14, y + line / 2), line / 8, line / 8);
+        painter.drawText(QRect(size.width() / 10, y, size.width(), line), Qt::AlignLeft | Qt::AlignVCenter,
+            QStringLiteral("Office page %1, point %2").arg(page + 1).arg(item + 1));
+    }
+    painter.setFont(pixelFont(band * 28 / 100, false));
+    painter.drawText(QRect(0, size.height() - line, size.width() - size.width() / 30, line),
+        Qt::AlignRight | Qt::AlignVCenter, QStringLiteral("%1 / %2").arg(page + 1).arg(kOfficePages));
+    return image;
+}
+
+// An office item: its pages as pictures, listed in the page group record of its jsonText.
+bool officeRegion(const QDir& dir, PlaylistRegion& region, QString* error)
+{
+    region.name = kDemoOfficeRegion;
+    region.geometry = QRect(kTextLeft, kOfficeTop, kTextWidth, kFoldTop - kGap - kOfficeTop);
+    nlohmann::json pages = nlohmann::json::array();
+    for (int page = 0; page < kOfficePages; ++page) {
+        const QString path = dir.filePath(QStringLiteral("office-page-%1.png").arg(page + 1));
+        if (!savePicture(drawOfficePage(region.geometry.size() * 2, page), path, error))
+            return false;
+        nlohmann::json entry = { { "path", path.toStdString() }, { "pageNumber", page + 1 } };
+        if (page == 0) {
+            // The first page's timing stands for the whole group.
+            entry["stayTime"] = kOfficeStayMs;
+            entry["effectCode"] = kOfficeEffect;
+            entry["effectTime"] = kOfficeEffectMs;
+        }
+        pages.push_back(entry);
+    }
+    const nlohmann::json group = { { "pictures", pages }, { "styleGroup", { { "type", ns::PAGE_SWITCH } } } };
+    PlaylistItem item;
+    item.kind = QStringLiteral("office");
+    item.number = 1;
+    item.widget.id = kOfficeId;
+    item.widget.duration = playlistdefaults::kItemDurationMs;
+    item.widget.jsonText = group.dump();
+    region.items << item;
+    return true;
+}
+
 } // namespace
 
 const QVector<DemoEffect>& demoEffects()
@@ -698,5 +768,9 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
                      << verticalScrollRegion(
                             kDemoDownRegion, ns::MOVE_DOWN, kDownLevel, kTextLeft + kScrollWidth + kGap, kDownId)
                      << leftTickerRegion() << rightTickerRegion();
+    PlaylistRegion office;
+    if (!officeRegion(dir, office, error))
+        return false;
+    playlist.regions << office;
     return true;
 }

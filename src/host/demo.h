@@ -33,10 +33,13 @@ inline const QString kDemoDownRegion = QStringLiteral("scroll-down");
 /// One-line text tickers: leftward fitted to the item's duration, rightward at a pixel rate.
 inline const QString kDemoLeftTickerRegion = QStringLiteral("ticker-left");
 inline const QString kDemoRightTickerRegion = QStringLiteral("ticker-right");
+/// Office pages the demo draws as pictures, paged through a transition.
+inline const QString kDemoOfficeRegion = QStringLiteral("office");
 
 /// Builds the demo: a 1920x1080 screen with a title strip, picture tiles that loop through
 /// demoEffects(), one tile on code 1, one animated picture, a folded region whose wide pictures
 /// run over three separate boxes, a picture marquee, and text regions: a paged notice, a static
-/// page, pages scrolling up and down, and tickers moving left (in sync mode) and right. Its pictures are drawn here and written
+/// page, pages scrolling up and down, and tickers moving left (in sync mode) and right; and office
+/// pages. Its pictures are drawn here and written
 /// into `pictureDir`, which must exist. False with a message if a picture cannot be written.
 bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* error);

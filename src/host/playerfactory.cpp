@@ -3,6 +3,7 @@
 #include "picturemarquee.h"
 
 #include <effectInfo.h>
+#include <officeplay.h>
 #include <playtext.h>
 
 PlayerFactory PlayerFactory::withBuiltinPlayers()
@@ -11,6 +12,7 @@ PlayerFactory PlayerFactory::withBuiltinPlayers()
     factory.registerKind<EffectInfo>(QStringLiteral("picture"));
     factory.registerKind<PictureMarquee>(kPictureMarqueeKind);
     factory.registerKind<playtext>(QStringLiteral("text"));
+    factory.registerKind<OfficePlay>(QStringLiteral("office"));
     return factory;
 }
 

@@ -282,7 +282,7 @@ private slots:
     void demoFoldAndTicker();
 
     void demoWritesContactSheet();
-    void demoTextRegions();
+    void demoTextAndOfficeRegions();
     void programSurvivesBadRegions_data();
     void programSurvivesBadRegions();
     void unreadablePlaylistFails_data();
@@ -1207,7 +1207,7 @@ void TestMediaHost::demoWritesContactSheet()
     QVERIFY2(colours.size() > 200, qPrintable(QString::number(colours.size())));
 }
 
-void TestMediaHost::demoTextRegions()
+void TestMediaHost::demoTextAndOfficeRegions()
 {
     QDir dir(m_dir.path());
     QVERIFY(dir.mkpath(QStringLiteral("demo-text")));
@@ -1215,12 +1215,12 @@ void TestMediaHost::demoTextRegions()
     QString error;
     QVERIFY2(buildDemoPlaylist(dir.filePath(QStringLiteral("demo-text")), playlist, &error), qPrintable(error));
     const QStringList names { kDemoNoticeRegion, kDemoStaticRegion, kDemoUpRegion, kDemoDownRegion,
-        kDemoLeftTickerRegion, kDemoRightTickerRegion };
+        kDemoLeftTickerRegion, kDemoRightTickerRegion, kDemoOfficeRegion };
     QList<const PlaylistRegion*> texts;
     for (const QString& name : names) {
         const PlaylistRegion* region = findRegion(playlist, name);
         QVERIFY2(region, qPrintable(name));
-        QCOMPARE(region->items.first().kind, QStringLiteral("text"));
+        QCOMPARE(region->items.first().kind, QString::fromLatin1(name == kDemoOfficeRegion ? "office" : "text"));
         texts << region;
     }
     // Text regions lie on the screen beside the others, overlapping none.
