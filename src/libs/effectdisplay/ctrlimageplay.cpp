@@ -12,6 +12,7 @@
 #include <QTimerEvent>
 
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -131,10 +132,7 @@ void ImagePlayCtrl::setTextSyncWithMusic(bool sync)
 
 void ImagePlayCtrl::setFoldParaMeters(ns::Fold fold)
 {
-    m_fold.enabled = fold.enabled;
-    m_fold.count = fold.count;
-    m_fold.orientation = fold.orientation;
-    m_fold.rects = fold.rects;
+    m_fold = std::move(fold);
     m_listFoldRect.clear();
     if (!m_fold.enabled)
         return;

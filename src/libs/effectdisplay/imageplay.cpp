@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <list>
+#include <utility>
 
 namespace {
 
@@ -99,10 +100,7 @@ void ImagePlay::setDuration(int duration)
 
 void ImagePlay::setFoldParaMeters(ns::Fold fold)
 {
-    m_fold.enabled = fold.enabled;
-    m_fold.count = fold.count;
-    m_fold.orientation = fold.orientation;
-    m_fold.rects = fold.rects;
+    m_fold = std::move(fold);
 }
 
 void ImagePlay::setTaskID(const QString& taskID)

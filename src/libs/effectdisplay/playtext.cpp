@@ -31,10 +31,7 @@ playtext::~playtext()
 int playtext::iInit(const ns::Widget& widget, std::function<void(EnumMediaStatus)> callback)
 {
     m_callback = std::move(callback);
-    m_fold.enabled = widget.fold.enabled;
-    m_fold.count = widget.fold.count;
-    m_fold.orientation = widget.fold.orientation;
-    m_fold.rects = widget.fold.rects;
+    m_fold = widget.fold;
     m_taskID.append(QStringLiteral("LUMORAX%1").arg(widget.id));
     try {
         ns::from_json(nlohmann::json::parse(widget.jsonText), m_richTextInfo);
