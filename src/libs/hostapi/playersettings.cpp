@@ -75,7 +75,10 @@ QString keyOf(const QString& family)
 
 } // namespace
 
+const char PlayerSettings::kDefaultReachabilityHost[] = "example.com";
+
 PlayerSettings::PlayerSettings()
+    : m_reachabilityHost(QString::fromLatin1(kDefaultReachabilityHost))
 {
     resetFontFamilyMappings();
 }
@@ -126,4 +129,16 @@ QStringList PlayerSettings::defaultFontFamilies()
     for (const auto& mapping : kDefaultMappings)
         families.append(QString::fromUtf8(mapping.first));
     return families;
+}
+
+void PlayerSettings::setReachabilityHost(const QString& host)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_reachabilityHost = host.trimmed();
+}
+
+QString PlayerSettings::reachabilityHost() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_reachabilityHost;
 }

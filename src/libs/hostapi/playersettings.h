@@ -8,7 +8,8 @@
 
 #include <mutex>
 
-/// Host settings the players consult; for now the font family mapping. Thread-safe.
+/// Host settings the players consult: the font family mapping and the host name that tells a feed
+/// fetch whether names resolve at all. Thread-safe.
 /// It starts with a default mapping of the families content commonly names (Arial, Times New Roman,
 /// Microsoft YaHei, SimSun, SimHei...) to the Liberation and WenQuanYi fonts the host installs.
 class HOSTAPI_EXPORT PlayerSettings {
@@ -28,10 +29,17 @@ public:
     /// The family names the default mapping rewrites.
     static QStringList defaultFontFamilies();
 
+    /// The host name a feed fetch looks up first: when it does not resolve, no request is made.
+    /// Default: kDefaultReachabilityHost. Installations without public names set one that resolves.
+    void setReachabilityHost(const QString& host);
+    QString reachabilityHost() const;
+    static const char kDefaultReachabilityHost[];
+
 private:
     PlayerSettings();
     Q_DISABLE_COPY(PlayerSettings)
 
     mutable std::mutex m_mutex;
     QHash<QString, QString> m_fontMap; // key folded to lower case
+    QString m_reachabilityHost;
 };
