@@ -5,6 +5,7 @@
 #include <effectInfo.h>
 #include <officeplay.h>
 #include <playtext.h>
+#include <rssplayer.h>
 
 PlayerFactory PlayerFactory::withBuiltinPlayers()
 {
@@ -13,6 +14,7 @@ PlayerFactory PlayerFactory::withBuiltinPlayers()
     factory.registerKind<PictureMarquee>(kPictureMarqueeKind);
     factory.registerKind<playtext>(QStringLiteral("text"));
     factory.registerKind<OfficePlay>(QStringLiteral("office"));
+    factory.registerKind<RssPlayer>(QStringLiteral("rss"));
     return factory;
 }
 

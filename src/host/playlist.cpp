@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QUrl>
 
 #include <nlohmann/json.hpp>
 
@@ -45,6 +46,8 @@ bool readInt(const json& object, const char* key, long long minimum, long long m
     value = int(number);
     return true;
 }
+
+const QString kFeedKind = QStringLiteral("rss");
 
 bool isUrl(const QString& path)
 {
@@ -251,6 +254,13 @@ private:
             pictures << fromJsonString(item.widget.path);
         else if (item.kind == kPictureMarqueeKind)
             pictures = resolveMarqueePictures(item.widget.jsonText, m_baseDir);
+        if (item.kind == kFeedKind) {
+            const QUrl link(fromJsonString(item.widget.path).trimmed());
+            if (link.host().isEmpty())
+                m_result.warnings << QStringLiteral("%1: feed address '%2' names no host; write it as "
+                                                    "https://host/path")
+                                         .arg(label, fromJsonString(item.widget.path));
+        }
         for (const QString& path : qAsConst(pictures)) {
             if (!path.isEmpty() && !isUrl(path) && !QFileInfo::exists(path))
                 m_result.warnings << QStringLiteral("%1: picture file %2 does not exist").arg(label, path);
@@ -295,7 +305,9 @@ private:
             return false;
         }
         hasId = widget->contains("id");
-        item.widget.path = resolvePath(fromJsonString(item.widget.path), m_baseDir).toStdString();
+        // A feed's path is its address, not a file.
+        if (item.kind != kFeedKind)
+            item.widget.path = resolvePath(fromJsonString(item.widget.path), m_baseDir).toStdString();
         return true;
     }
 
