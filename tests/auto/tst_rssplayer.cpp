@@ -321,6 +321,8 @@ void TestRssPlayer::failedFetch_data()
     QTest::addColumn<int>("period");
     QTest::newRow("period as given") << 2500 << 2500;
     QTest::newRow("0 stands for a minute") << 0 << 60000;
+    QTest::newRow("negative: a minute") << -5 << 60000;
+    QTest::newRow("too short: a second") << 20 << 1000;
 }
 
 void TestRssPlayer::failedFetch()
@@ -331,6 +333,7 @@ void TestRssPlayer::failedFetch()
     m_log->expectError(kRequestError);
     m_log->expectError("richTextInfo.content.paragraphs is empty");
     m_log->expectError("RssPlayer m_lUpdatePeriod == 0");
+    m_log->expectError("is negative");
 
     Player p;
     makePlayer(p, 7104, updatePeriod);
@@ -341,7 +344,8 @@ void TestRssPlayer::failedFetch()
     const QTimer* timer = p.player->findChild<QTimer*>();
     QVERIFY(timer->isActive());
     QCOMPARE(timer->interval(), period);
-    QCOMPARE(m_log->count("RssPlayer m_lUpdatePeriod == 0"), updatePeriod == 0 ? 1 : 0);
+    // One line says why the period differs from the one given.
+    QCOMPARE(m_log->count("pdatePeriod"), updatePeriod == period ? 0 : 1);
     QCOMPARE(p.ready, 1);
     delete p.player;
 }

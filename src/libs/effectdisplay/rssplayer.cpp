@@ -20,6 +20,7 @@
 namespace {
 
 constexpr int32_t kDefaultUpdatePeriodMs = 60000;
+constexpr int32_t kMinUpdatePeriodMs = 1000;
 constexpr int32_t kTitleId = 1;
 constexpr int32_t kPubDateId = 2;
 constexpr int32_t kDescriptionId = 3;
@@ -86,6 +87,15 @@ int RssPlayer::iInit(const ns::Widget& widget, std::function<void(EnumMediaStatu
     if (m_lUpdatePeriod == 0) {
         PLAYER_LOG(error, "RssPlayer m_lUpdatePeriod == 0");
         m_lUpdatePeriod = kDefaultUpdatePeriodMs;
+    } else if (m_lUpdatePeriod < 0) {
+        PLAYER_LOG(error, "RssPlayer: updatePeriod {} ms is negative; the feed is renewed every {} ms", m_lUpdatePeriod,
+            kDefaultUpdatePeriodMs);
+        m_lUpdatePeriod = kDefaultUpdatePeriodMs;
+    } else if (m_lUpdatePeriod < kMinUpdatePeriodMs) {
+        // Each renewal fetches and renders the whole feed: a few milliseconds would keep a core busy.
+        PLAYER_LOG(warn, "RssPlayer: updatePeriod {} ms is too short; the feed is renewed every {} ms", m_lUpdatePeriod,
+            kMinUpdatePeriodMs);
+        m_lUpdatePeriod = kMinUpdatePeriodMs;
     }
     m_pUpdateTimer->setInterval(m_lUpdatePeriod);
     return 0;
