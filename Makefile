@@ -35,11 +35,12 @@ demo: build
 	@bash scripts/run-demo.sh $(BUILD_DIR)
 
 bench: build
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench rssrenewbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/effectbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/textbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/scrollbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/playtextbench
+	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/rssrenewbench
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
