@@ -367,7 +367,7 @@ void TestMediaHost::parsePaths()
     QFETCH(QString, path);
     QFETCH(QString, expected);
     const QByteArray json = "{\"regions\": [{\"name\": \"r\", \"width\": 10, \"height\": 10, \"item\": "
-                            "{\"kind\": \"rss\", \"widget\": {\"path\": \""
+                            "{\"kind\": \"office\", \"widget\": {\"path\": \""
         + path.toUtf8() + "\"}}}]}";
     const PlaylistLoad load = parsePlaylist(json, QStringLiteral("/base/dir"));
     QVERIFY2(load.ok, qPrintable(load.errors.join('\n')));

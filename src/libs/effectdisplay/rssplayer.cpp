@@ -21,6 +21,7 @@ namespace {
 
 constexpr int32_t kDefaultUpdatePeriodMs = 60000;
 constexpr int32_t kMinUpdatePeriodMs = 1000;
+constexpr int kMaxSkippedTicks = 3;
 constexpr int32_t kTitleId = 1;
 constexpr int32_t kPubDateId = 2;
 constexpr int32_t kDescriptionId = 3;
@@ -330,6 +331,9 @@ void RssPlayer::playRss()
 
 void RssPlayer::slotPlayTextReady()
 {
+    // The player that is ready is the new one, whatever the turn says by now; the other one goes.
+    if (auto* ready = qobject_cast<playtext*>(sender()))
+        m_bTextPlayTurn = ready == textPlay;
     playtext*& old = m_bTextPlayTurn ? textplayRss : textPlay;
     if (old) {
         old->hide();
@@ -353,6 +357,25 @@ void RssPlayer::slotPlayTextReady()
 
 void RssPlayer::slotTimerOut()
 {
+    // A renewal still on its way (a slow feed, a long render) is given a few periods before it is
+    // abandoned; cancelling it at every tick would never let a slow feed through.
+    const bool fetching = m_pRequestThread && m_pRequestThread->isRunning();
+    if (fetching || (textPlay && textplayRss)) {
+        if (++m_skippedTicks < kMaxSkippedTicks) {
+            PLAYER_LOG(debug, "RssPlayer: the renewal before is not ready; this one waits");
+            return;
+        }
+        PLAYER_LOG(warn, "RssPlayer: the feed {} was not renewed within {} periods; trying afresh",
+            m_strRssLink.toStdString(), kMaxSkippedTicks);
+        playtext*& pending = m_bTextPlayTurn ? textPlay : textplayRss;
+        if (pending && textPlay && textplayRss) {
+            pending->iDestory();
+            delete pending;
+            pending = nullptr;
+        }
+        m_bTextPlayTurn = !m_bTextPlayTurn;
+    }
+    m_skippedTicks = 0;
     m_bTextPlayTurn = !m_bTextPlayTurn;
     // The files of the text on screen go once its successor shows; the cache is renewed with it.
     const QStringList current = ImagePlayHelper::getInstance().getImageName(m_taskID);

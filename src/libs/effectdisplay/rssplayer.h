@@ -99,6 +99,8 @@ private:
 
     // A fetch that was replaced or stopped may still have its result queued: only the latest counts.
     quint64 m_fetchSerial = 0;
+    // Update periods that found the renewal before still on its way.
+    int m_skippedTicks = 0;
     // What the reader has taken from the current document, against its bounds.
     qint64 m_readChars = 0;
     int m_readItems = 0;
