@@ -21,8 +21,9 @@
 
 namespace {
 
-// Screen of the demo, top to bottom: a title strip; two rows of three picture tiles with a
-// column of text regions at their right; the strip of the folded region and the ticker.
+// Screen of the demo, top to bottom: a title strip; two rows of three picture tiles and the feed
+// row under them, with a column of text regions at their right; the strip of the folded region,
+// the text tickers and the picture ticker.
 constexpr int kScreenWidth = 1920;
 constexpr int kScreenHeight = 1080;
 constexpr int kPictureAreaWidth = 1280;
@@ -45,8 +46,17 @@ constexpr int kFoldBoxGap = 48;
 constexpr int kFoldMargin = (kScreenWidth - kFoldBoxes * kFoldBoxWidth - (kFoldBoxes - 1) * kFoldBoxGap) / 2;
 static_assert(kFoldMargin >= 0, "the fold boxes fit the screen");
 
+// The feed row: a panel picture across the tiles' width, its label at the left and the feed
+// region over the rest. The region holds one notice (title, date, two lines) but not the next
+// title too, so that each notice gets a page of its own.
+constexpr int kFeedRowHeight = 148;
+constexpr int kFeedRowTop = kFoldTop - kGap - kFeedRowHeight;
+constexpr int kFeedLabelWidth = 232;
+constexpr int kFeedInset = 8;
+constexpr int kFeedPadding = 20; // between the label and the feed text, and at the right
+
 constexpr int kTileWidth = (kPictureAreaWidth - (kColumns + 1) * kGap) / kColumns;
-constexpr int kTileHeight = (kFoldTop - kTitleHeight - (kRows + 1) * kGap) / kRows;
+constexpr int kTileHeight = (kFeedRowTop - kTitleHeight - (kRows + 1) * kGap) / kRows;
 constexpr int kPictureTiles = 5; // the sixth tile holds the animation
 constexpr int kRandomTile = kPictureTiles - 1; // takes code 1 for every picture
 constexpr int kFixedTiles = kPictureTiles - 1; // take demoEffects() in turn
@@ -117,6 +127,15 @@ constexpr int kOfficePages = 3;
 constexpr int kOfficeEffect = 0x41; // reelBottom
 constexpr int kOfficeEffectMs = 800;
 constexpr int kOfficeStayMs = 3000;
+
+// The feed: one notice a page, sliding in from the bottom; the first page of a renewed feed too.
+constexpr int kFeedPanelId = 970;
+constexpr int kFeedId = 971;
+constexpr int kFeedPageEffect = 0x23; // moveBottom
+constexpr int kFeedPageEffectMs = 500;
+// Two pages, the live item and one notice, between two renewals.
+constexpr int kFeedPageStayMs = 1700;
+constexpr int kMsPerSecond = 1000;
 
 // What the folded region's pictures come up with, one after the other.
 const QVector<DemoEffect> kFoldEffects { { 0xF2, "openToBothSide" }, { 0x10, "extendLeft" }, { 0x90, "wheelRotate" } };
@@ -642,6 +661,74 @@ bool officeRegion(const QDir& dir, PlaylistRegion& region, QString* error)
     return true;
 }
 
+QRect feedRowRect()
+{
+    return QRect(kGap, kFeedRowTop, kPictureAreaWidth - 2 * kGap, kFeedRowHeight);
+}
+
+// The ground of the feed row: a label block with a feed sign at the left, a darker field for the
+// feed text, which the player paints on a transparent background.
+QImage drawFeedPanel(const QSize& size)
+{
+    const QColor accent(0xF2, 0x8C, 0x28);
+    QImage image(size, QImage::Format_ARGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    QLinearGradient gradient(0, 0, size.width(), size.height());
+    gradient.setColorAt(0, QColor(0x1e, 0x27, 0x36));
+    gradient.setColorAt(1, QColor(0x15, 0x1b, 0x26));
+    painter.fillRect(image.rect(), gradient);
+    const QRect label(0, 0, kFeedLabelWidth, size.height());
+    painter.fillRect(label, QColor(0x1b, 0x2a, 0x49));
+    painter.fillRect(QRect(label.right() - 3, 0, 4, size.height()), accent);
+
+    // A feed sign: a dot and two arcs on an orange square.
+    constexpr int kSign = 48;
+    const QRect sign(20, 20, kSign, kSign);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(accent);
+    painter.drawRoundedRect(sign, 9, 9);
+    painter.setBrush(Qt::white);
+    const QPointF corner(sign.left() + 13, sign.bottom() - 12);
+    painter.drawEllipse(corner, 5, 5);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(Qt::white, 5, Qt::SolidLine, Qt::RoundCap));
+    for (int radius : { 16, 28 })
+        painter.drawArc(QRectF(corner.x() - radius, corner.y() - radius, 2 * radius, 2 * radius), 0, 90 * 16);
+
+    painter.setPen(Qt::white);
+    painter.setFont(pixelFont(26, true));
+    painter.drawText(QRect(sign.right() + 14, sign.top(), label.width(), sign.height()),
+        Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("RSS feed"));
+    painter.setPen(QColor(0xc8, 0xd2, 0xe0));
+    painter.setFont(pixelFont(16, false));
+    painter.drawText(QRect(20, sign.bottom() + 14, label.width() - 30, 24), Qt::AlignLeft | Qt::AlignVCenter,
+        QStringLiteral("from 127.0.0.1, HTTPS"));
+    painter.drawText(QRect(20, sign.bottom() + 38, label.width() - 30, 24), Qt::AlignLeft | Qt::AlignVCenter,
+        QStringLiteral("renewed every %1 s").arg(kDemoFeedUpdatePeriodMs / kMsPerSecond));
+    return image;
+}
+
+// The feed item's settings: gold titles, grey dates, white descriptions, a page per notice.
+std::string feedSettings()
+{
+    const auto style = [](const char* color, int pixelSize, int fontStyle) {
+        return nlohmann::json { { "textColor", color }, { "fontFamilies", { "Arial" } }, { "pixelSize", pixelSize },
+            { "fontStyle", fontStyle } };
+    };
+    const nlohmann::json settings = { { "updatePeriod", kDemoFeedUpdatePeriodMs }, { "showTitle", true },
+        { "showPubDate", true }, { "showDescription", true },
+        { "textAttribute",
+            { { "auxStyles",
+                { style("#FFFFD24A", 30, ns::FONT_BOLD), style("#FFA8B8CC", 18, ns::FONT_ITALIC),
+                    style("#FFFFFFFF", 24, ns::FONT_REGULAR) } } } },
+        { "displayStyle",
+            { { "type", ns::PAGE_SWITCH }, { "pageEffect", kFeedPageEffect },
+                { "pageEffectDuration", kFeedPageEffectMs }, { "pageStayTime", kFeedPageStayMs } } } };
+    return settings.dump();
+}
+
 } // namespace
 
 const QVector<DemoEffect>& demoEffects()
@@ -772,5 +859,31 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
     if (!officeRegion(dir, office, error))
         return false;
     playlist.regions << office;
+    return true;
+}
+
+bool addDemoFeed(const QString& pictureDir, Playlist& playlist, QString* error)
+{
+    PlaylistRegion panel;
+    panel.name = QStringLiteral("feed-panel");
+    panel.geometry = feedRowRect();
+    const QString panelPath = QDir(pictureDir).filePath(QStringLiteral("feed-panel.png"));
+    if (!savePicture(drawFeedPanel(panel.geometry.size()), panelPath, error))
+        return false;
+    panel.items << pictureItem(kFeedPanelId, panelPath, playlistdefaults::kItemDurationMs, 0, 0, 1);
+
+    // Later regions lie in front: the feed goes over its panel.
+    PlaylistRegion feed;
+    feed.name = kDemoFeedRegion;
+    feed.geometry = feedRowRect().adjusted(kFeedLabelWidth + kFeedPadding, kFeedInset, -kFeedPadding, -kFeedInset);
+    PlaylistItem item;
+    item.kind = QStringLiteral("rss");
+    item.number = 1;
+    item.widget.id = kFeedId;
+    item.widget.duration = playlistdefaults::kItemDurationMs;
+    item.widget.path = kDemoFeedLink.toStdString();
+    item.widget.jsonText = feedSettings();
+    feed.items << item;
+    playlist.regions << panel << feed;
     return true;
 }

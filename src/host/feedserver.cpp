@@ -4,6 +4,8 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <sys/socket.h>
+
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -57,6 +59,12 @@ struct LoopbackFeedServer::Private {
 
     void route(httplib::Server& server, const Handler& handler, bool tls)
     {
+        // httplib's default adds SO_REUSEPORT, with which a second server binds a port another one
+        // listens on and takes a share of its connections: a port in use has to fail instead.
+        server.set_socket_options([](socket_t socket) {
+            int yes = 1;
+            ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+        });
         server.Get(".*", [this, handler, tls](const httplib::Request& request, httplib::Response& response) {
             (tls ? httpsRequests : httpRequests)++;
             QByteArray headers;

@@ -2,6 +2,7 @@
 // widget and drives one player per item through IMediaPlay, as a signage host does.
 #include "capture.h"
 #include "demo.h"
+#include "feedserver.h"
 #include "gallery.h"
 #include "hostscreen.h"
 #include "playerfactory.h"
@@ -242,7 +243,8 @@ bool loadContent(const Options& options, const QTemporaryDir* demoDir, Playlist&
 {
     if (demoDir) {
         QString error = QStringLiteral("cannot create a temporary directory for the pictures");
-        if (!demoDir->isValid() || !buildDemoPlaylist(demoDir->path(), playlist, &error)) {
+        if (!demoDir->isValid() || !buildDemoPlaylist(demoDir->path(), playlist, &error)
+            || !addDemoFeed(demoDir->path(), playlist, &error)) {
             PLAYER_LOG(error, "demo: {}", error.toStdString());
             return false;
         }
@@ -316,6 +318,13 @@ int main(int argc, char* argv[])
     Playlist playlist;
     if (!loadContent(options, demoDir.get(), playlist))
         return kExitFailure;
+    // Declared before the screen, so that the demo's feed is served for as long as its player runs.
+    LoopbackFeedServer feedServer;
+    if (options.demo) {
+        QString error;
+        if (!startDemoFeed(feedServer, &error))
+            PLAYER_LOG(warn, "demo: the sample feed is not served: {}", error.toStdString());
+    }
 
     HostScreen screen(playlist, PlayerFactory::withBuiltinPlayers());
     screen.show();
@@ -364,6 +373,7 @@ int main(int argc, char* argv[])
     if (capture)
         capture->stop();
     screen.stop();
+    feedServer.stop();
 
     if (!options.contactSheet.isEmpty()) {
         QString error;
