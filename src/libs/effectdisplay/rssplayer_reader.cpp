@@ -29,7 +29,8 @@ protected:
 QString htmlToPlainText(const QString& html)
 {
     NoResources resources;
-    return QTextDocumentFragment::fromHtml(html, &resources).toPlainText();
+    // An image leaves its placeholder character behind, which no font draws.
+    return QTextDocumentFragment::fromHtml(html, &resources).toPlainText().remove(QChar::ObjectReplacementCharacter);
 }
 
 // UTF-8 up to the first zero character, as the text goes on in a std::string.
@@ -44,6 +45,13 @@ std::string toUtf8(const QString& text)
 QXmlStreamReader::TokenType RssPlayer::nextToken()
 {
     const QXmlStreamReader::TokenType token = m_xmlReader.readNext();
+    if (token == QXmlStreamReader::DTD && !m_xmlReader.entityDeclarations().isEmpty()) {
+        // Qt bounds one entity's expansion, not how often it is used: a few hundred kilobytes of
+        // references expand to gigabytes, in text and in attributes alike. Feeds have no use for them.
+        PLAYER_LOG(warn, "RssPlayer: the feed declares entities of its own; it is not read");
+        m_xmlReader.raiseError(QStringLiteral("entity declarations refused"));
+        return QXmlStreamReader::Invalid;
+    }
     if (token == QXmlStreamReader::Characters || token == QXmlStreamReader::EntityReference) {
         // Entities let a small document expand to any size: bound what is read, not only what came.
         m_readChars += m_xmlReader.text().size();
@@ -63,6 +71,12 @@ QString RssPlayer::readItemText()
 {
     QString text;
     bool cut = false;
+    // Counted however the text ends, at its end tag or at an error.
+    struct CountCut {
+        bool& cut;
+        int& count;
+        ~CountCut() { count += cut ? 1 : 0; }
+    } countCut { cut, m_cutTexts };
     while (!m_xmlReader.atEnd()) {
         switch (nextToken()) {
         case QXmlStreamReader::Characters:
@@ -78,7 +92,6 @@ QString RssPlayer::readItemText()
         case QXmlStreamReader::Comment:
             break;
         case QXmlStreamReader::EndElement:
-            m_cutTexts += cut ? 1 : 0;
             return text;
         default:
             if (!m_xmlReader.hasError())
