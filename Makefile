@@ -35,12 +35,13 @@ demo: build
 	@bash scripts/run-demo.sh $(BUILD_DIR)
 
 bench: build
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench rssrenewbench
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench rssrenewbench rssbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/effectbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/textbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/scrollbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/playtextbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/rssrenewbench
+	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/rssbench --benchmark_counters_tabular=true
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
