@@ -202,7 +202,6 @@ class TestRssReader : public QObject {
 private slots:
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void corpus_data();
     void corpus();
@@ -216,9 +215,6 @@ private:
     QWidget m_parent;
     std::unique_ptr<RssPlayer> m_player;
     std::unique_ptr<LogCapture> m_log;
-    int m_checked = 0;
-    QStringList m_differing;
-    QStringList m_unparsed;
 };
 
 void TestRssReader::init()
@@ -233,15 +229,6 @@ void TestRssReader::cleanup()
     m_player.reset();
     QVERIFY2(m_log->unexpectedErrors().isEmpty(), qPrintable(m_log->unexpectedErrors().join('\n')));
     m_log.reset();
-}
-
-void TestRssReader::cleanupTestCase()
-{
-    if (m_checked > 0) {
-        qInfo("corpus: %d of %d checkable files match; differing: %s; expressions not understood: %s",
-            m_checked - int(m_differing.size()), m_checked, qPrintable(m_differing.join(QStringLiteral(", "))),
-            qPrintable(m_unparsed.join(QStringLiteral(", "))));
-    }
 }
 
 void TestRssReader::corpus_data()
@@ -272,9 +259,6 @@ void TestRssReader::corpus()
     const QString comment = QString::fromLatin1(bytes.left(commentEnd));
     const QString expect = comment.mid(comment.indexOf(QLatin1String("Expect:")) + 7).trimmed();
     const QVector<Expectation> expectations = parseExpect(expect);
-    static const QRegularExpression ours(QStringLiteral("entries\\[\\d+\\]\\['(title|description|summary|published)'"));
-    if (expectations.isEmpty() && expect.contains(ours))
-        m_unparsed << name;
     // Checkable where the item has an element of that name. Each element of the item's kind gives
     // one paragraph when only its switch is on, and those of earlier items come first.
     const QString body = QString::fromLatin1(bytes.mid(commentEnd));
@@ -295,10 +279,7 @@ void TestRssReader::corpus()
         QVERIFY2(!kKnownDifferences.contains(name), "listed as a known difference but not checked");
         return;
     }
-    ++m_checked;
     for (int i = 0; i < actual.size(); ++i) {
-        if (actual[i] != expectedParagraphs(expectations[i]) && !m_differing.contains(name))
-            m_differing << name;
         if (kKnownDifferences.contains(name))
             QEXPECT_FAIL("", kKnownDifferences.value(name), Continue);
         QCOMPARE(actual[i], expectedParagraphs(expectations[i]));
@@ -378,12 +359,11 @@ void TestRssReader::reader()
 void TestRssReader::htmlOpensNoFile_data()
 {
     QTest::addColumn<QString>("html"); // %1: the FIFO
-    QTest::addColumn<bool>("opensWhenAllowed");
-    QTest::newRow("style sheet link") << "<link rel=\"stylesheet\" type=\"text/css\" href=\"%1\"/><p>text</p>" << true;
-    QTest::newRow("css background") << "<span style=\"background-image:url(%1)\">text</span>" << true;
-    QTest::newRow("css import") << "<style>@import url(%1);</style>text" << true;
-    QTest::newRow("table background") << "<table background=\"%1\"><tr><td>text</td></tr></table>" << true;
-    QTest::newRow("image") << "text<img src=\"%1\">" << false;
+    QTest::newRow("style sheet link") << "<link rel=\"stylesheet\" type=\"text/css\" href=\"%1\"/><p>text</p>";
+    QTest::newRow("css background") << "<span style=\"background-image:url(%1)\">text</span>";
+    QTest::newRow("css import") << "<style>@import url(%1);</style>text";
+    QTest::newRow("table background") << "<table background=\"%1\"><tr><td>text</td></tr></table>";
+    QTest::newRow("image") << "text<img src=\"%1\">";
 }
 
 // Opening a FIFO for reading blocks until a writer comes: a reader that opened a file named in the
@@ -391,12 +371,11 @@ void TestRssReader::htmlOpensNoFile_data()
 void TestRssReader::htmlOpensNoFile()
 {
     QFETCH(QString, html);
-    QFETCH(bool, opensWhenAllowed);
     QTemporaryDir dir;
     const QString fifo = dir.filePath(QStringLiteral("fifo"));
     QVERIFY(::mkfifo(QFile::encodeName(fifo).constData(), 0600) == 0);
     const QString markup = html.arg(fifo);
-    if (opensWhenAllowed) // the trap works: the importer left to itself opens the file
+    if (!html.contains(QLatin1String("<img"))) // the trap works: Qt's importer left to itself opens it
         QVERIFY(fifoOpens(fifo, [&] { QTextDocumentFragment::fromHtml(markup).toPlainText(); }) > 0);
     RssPlayerAccess::setSwitches(*m_player, true, true, true);
     const QByteArray escaped = markup.toHtmlEscaped().toUtf8();
