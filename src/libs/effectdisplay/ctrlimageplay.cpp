@@ -1,6 +1,7 @@
 #include "ctrlimageplay.h"
 
 #include "effectdisplay.h"
+#include "foldtextplay.h"
 #include "foldgeometry.h"
 
 #include <imageplayhelper.h>
@@ -387,6 +388,11 @@ void ImagePlayCtrl::destory()
     m_pLabelThird = nullptr;
     delete m_pEffectDisplay;
     m_pEffectDisplay = nullptr;
+    if (m_pFoldTextPlay) {
+        m_pFoldTextPlay->stopPlay();
+        delete m_pFoldTextPlay;
+        m_pFoldTextPlay = nullptr;
+    }
     m_listLabel.clear();
     m_listPixmap.clear();
 }

@@ -3,6 +3,8 @@
 // image and goes behind the label ahead of it, so a handful of labels carry any number of images.
 #include "ctrlimageplay.h"
 
+#include "foldtextplay.h"
+
 #include <spdlogger.h>
 
 #include <QLabel>
@@ -236,6 +238,7 @@ void ImagePlayCtrl::appendScrollSync()
 void ImagePlayCtrl::appendFoldScroll(bool bCreatImageStatus)
 {
     const ns::ScrollAttributes& attributes = m_displayStyle.scrollAttributes;
+    // A folded belt keeps its own pace, sync or not: a frame per tick of the fold table.
     m_speed = calScrollSpeed(attributes.speedIsPixels, attributes.effecs.speed);
     if (attributes.useGap)
         m_gap = gapNumber(attributes.gapText);
@@ -245,7 +248,27 @@ void ImagePlayCtrl::appendFoldScroll(bool bCreatImageStatus)
         for (const QString& name : qAsConst(m_listImageName))
             drawPixmapToFoldSize(name, m_vAlignment);
     }
-    PLAYER_LOG(error, "ImagePlayCtrl: a folded scroll cannot be shown yet, {} images are kept", m_listImageName.size());
+    if (m_listImageName.isEmpty()) {
+        PLAYER_LOG(error, "ImagePlayCtrl: no image file of the folded scroll is left; nothing is shown");
+        return;
+    }
+    if (m_pFoldTextPlay) {
+        PLAYER_LOG(debug, "ImagePlayCtrl: the folded scroll is running already");
+        return;
+    }
+    // Made when a folded scroll needs it, so that folded pages never ask for an OpenGL context.
+    m_pFoldTextPlay = new FoldTextPlay(this);
+    m_pFoldTextPlay->resize(size());
+    m_pFoldTextPlay->setBKColor(m_bkColor);
+    m_pFoldTextPlay->setFoldParaMeters(m_fold);
+    m_pFoldTextPlay->setMarqueeParaMeters(attributes.effecs.moveType, attributes.useGap, m_gap);
+    m_pFoldTextPlay->setMarqueeSpeed(m_speed, m_pix);
+    for (const QString& name : qAsConst(m_listImageName))
+        m_pFoldTextPlay->appendPixmap(QPixmap(name));
+    m_pFoldTextPlay->startPlay(m_listImageName.first());
+    if (!m_textSyncWithMusic)
+        m_pFoldTextPlay->show();
+    emit signalsImageReady();
 }
 
 void ImagePlayCtrl::startBelt()
