@@ -35,13 +35,14 @@ demo: build
 	@bash scripts/run-demo.sh $(BUILD_DIR)
 
 bench: build
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench rssrenewbench rssbench
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target effectbench textbench scrollbench playtextbench rssrenewbench rssbench foldbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/effectbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/textbench --benchmark_counters_tabular=true
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/scrollbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/playtextbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/rssrenewbench
 	@QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/bench/rssbench --benchmark_counters_tabular=true
+	@QT_QPA_PLATFORM=offscreen scripts/with-display.sh $(BUILD_DIR)/bench/foldbench
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -27,8 +27,11 @@ rm -rf "$frames"
 rm -f "$sheet"
 mkdir -p "$frames"
 
+# The folded texts are shown through OpenGL: a private Xvfb with Mesa's software renderer gives
+# the offscreen platform a context.
 echo "run-demo: no display; recording 8 seconds of the demo headless"
-QT_QPA_PLATFORM=${platform:-offscreen} "$host" --demo --seconds 8 --capture "$frames" --fps 4 --contact-sheet "$sheet"
+QT_QPA_PLATFORM=${platform:-offscreen} "$(dirname "$0")/with-display.sh" \
+    "$host" --demo --seconds 8 --capture "$frames" --fps 4 --contact-sheet "$sheet"
 
 if [ ! -s "$sheet" ]; then
     echo "run-demo: no contact sheet was written" >&2

@@ -22,8 +22,8 @@
 namespace {
 
 // Screen of the demo, top to bottom: a title strip; two rows of three picture tiles and the feed
-// row under them, with a column of text regions at their right; the strip of the folded region,
-// the text tickers and the picture ticker.
+// row under them, with a column of text regions at their right; the row of the folded picture
+// and the folded upward text, the folded ticker, the text tickers and the picture ticker.
 constexpr int kScreenWidth = 1920;
 constexpr int kScreenHeight = 1080;
 constexpr int kPictureAreaWidth = 1280;
@@ -37,14 +37,23 @@ constexpr int kTickerTop = kScreenHeight - kGap - kTickerHeight;
 // Two rows of text tickers above the picture ticker.
 constexpr int kTextTickerHeight = 44;
 constexpr int kTextTickersTop = kTickerTop - 2 * (kGap + kTextTickerHeight);
+// A ticker folded across three boxes that lie apart on one row.
+constexpr int kFoldedTickerHeight = 44;
+constexpr int kFoldedTickerTop = kTextTickersTop - kGap - kFoldedTickerHeight;
 constexpr int kFoldHeight = 100;
-constexpr int kFoldTop = kTextTickersTop - kGap - kFoldHeight;
+constexpr int kFoldTop = kFoldedTickerTop - kGap - kFoldHeight;
 // Three boxes with clear gaps between them, so that the slices of one picture read as such.
 constexpr int kFoldBoxes = 3;
-constexpr int kFoldBoxWidth = 384;
-constexpr int kFoldBoxGap = 48;
-constexpr int kFoldMargin = (kScreenWidth - kFoldBoxes * kFoldBoxWidth - (kFoldBoxes - 1) * kFoldBoxGap) / 2;
-static_assert(kFoldMargin >= 0, "the fold boxes fit the screen");
+constexpr int kFoldBoxWidth = 270;
+constexpr int kFoldBoxGap = 30;
+constexpr int kFoldMargin = kGap;
+// Right of the folded pictures: a text folded across three boxes that scrolls up, entering the
+// right box at its bottom and leaving the left one at its top.
+constexpr int kFoldedUpLeft = kFoldMargin + kFoldBoxes * kFoldBoxWidth + (kFoldBoxes - 1) * kFoldBoxGap + 4 * kGap;
+constexpr int kFoldedUpWidth = kScreenWidth - kGap - kFoldedUpLeft;
+constexpr int kFoldedBoxGap = 30;
+constexpr int kFoldedBoxInset = 3; // room for the outline drawn around each box
+static_assert(kFoldedUpWidth > 3 * kFoldedBoxGap, "the folded text boxes fit the screen");
 
 // The feed row: a panel picture across the tiles' width, its label at the left and the feed
 // region over the rest. The region holds one notice (title, date, two lines) but not the next
@@ -119,6 +128,12 @@ constexpr int kLeftTickerId = 964;
 constexpr int kRightTickerId = 965;
 constexpr int kLeftTickerPassMs = 20000;
 constexpr int kRightTickerPixelsPerSecond = 90;
+// The folded texts, each with an outline picture in front of its boxes.
+constexpr int kFoldedTickerId = 967;
+constexpr int kFoldedUpId = 968;
+constexpr int kFoldedOutlineIdBase = 980;
+constexpr int kFoldedTickerLevel = 5; // 16 ms, 3 px: 187.5 px/s
+constexpr int kFoldedUpLevel = 2; // 32 ms, 1 px
 
 // Office pages under the scrolling texts: slides the demo draws, paged through reelBottom.
 constexpr int kOfficeTop = kScrollTop + kScrollHeight + kGap;
@@ -599,6 +614,89 @@ PlaylistRegion rightTickerRegion()
         "#FF3A164A");
 }
 
+// Three boxes of `size` side by side with `gap` between them, inset for their outlines.
+ns::Fold foldedBoxes(const QSize& size, int gap, ns::EnumOrientation orientation)
+{
+    ns::Fold fold;
+    fold.enabled = true;
+    fold.count = 3;
+    fold.orientation = orientation;
+    const int width = (size.width() - 2 * gap) / 3;
+    for (int box = 0; box < fold.count; ++box) {
+        fold.rects.push_back({ box * (width + gap) + kFoldedBoxInset, kFoldedBoxInset, width - 2 * kFoldedBoxInset,
+            size.height() - 2 * kFoldedBoxInset });
+    }
+    return fold;
+}
+
+// A transparent picture with an outline around each box of `fold`, to lie in front of the boxes.
+QImage drawFoldOutlines(const QSize& size, const ns::Fold& fold)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(QColor(0xF2, 0x8C, 0x28), 2));
+    for (const ns::FoldRect& r : fold.rects)
+        painter.drawRoundedRect(QRectF(r.x - 2, r.y - 2, r.width + 4, r.height + 4), 4, 4);
+    return image;
+}
+
+// A text folded across the boxes of `fold`, with their outlines in front of it.
+bool foldedTextRegions(const QString& dir, const QString& name, const QRect& geometry, int id, const ns::Fold& fold,
+    const std::string& record, QList<PlaylistRegion>& regions, QString* error)
+{
+    PlaylistRegion text = textRegion(name, geometry, id, record);
+    text.items.first().widget.fold = fold;
+    PlaylistRegion outlines;
+    outlines.name = name + QStringLiteral("-outlines");
+    outlines.geometry = geometry;
+    const QString path = QDir(dir).filePath(name + QStringLiteral("-outlines.png"));
+    if (!savePicture(drawFoldOutlines(geometry.size(), fold), path, error))
+        return false;
+    outlines.items << pictureItem(
+        kFoldedOutlineIdBase + int(regions.size()), path, playlistdefaults::kItemDurationMs, 0, 0, 1);
+    regions << text << outlines;
+    return true;
+}
+
+// A ticker folded across three boxes on one row: the line leaves the left end of a box and comes
+// out of the right end of the box before it.
+bool foldedTickerRegions(const QString& dir, QList<PlaylistRegion>& regions, QString* error)
+{
+    enum { Plain = 1, Strong, Chinese };
+    const nlohmann::json styles = { textStyle(Plain, "Arial", 26, "#FFFFFFFF", ns::FONT_REGULAR, "#FF1B2A49"),
+        textStyle(Strong, "Arial", 26, "#FF12141A", ns::FONT_BOLD, "#FFF28C28"),
+        textStyle(Chinese, "Microsoft YaHei", 26, "#FF8FD694", ns::FONT_REGULAR, "#FF1B2A49") };
+    const nlohmann::json lines = { { textRun(Strong, " FOLD "),
+        textRun(Plain, "  One ticker folded across three boxes: the line runs out of one box into the next  ·  "),
+        textRun(Chinese, "一条字幕折叠在三个框里"), textRun(Plain, "  ·  level 5, a frame every 16 ms  ") } };
+    const QRect geometry(kGap, kFoldedTickerTop, kScreenWidth - 2 * kGap, kFoldedTickerHeight);
+    const std::string record = textRecord(scrollStyle(ns::MOVE_LEFT, kFoldedTickerLevel), styles,
+        nlohmann::json::array({ textParagraph(lines, ns::ALIGN_LEFT, ns::ALIGN_VCENTER, "#00000000") }));
+    return foldedTextRegions(dir, kDemoFoldedTickerRegion, geometry, kFoldedTickerId,
+        foldedBoxes(geometry.size(), kFoldedBoxGap, ns::ORIENTATION_HORIZONTAL), record, regions, error);
+}
+
+// Notices folded across three stacked pieces shown side by side: a line comes up in the right box,
+// then in the middle one, then in the left one.
+bool foldedUpRegions(const QString& dir, QList<PlaylistRegion>& regions, QString* error)
+{
+    enum { Plain = 1, Strong };
+    const nlohmann::json styles
+        = { textStyle(Plain, "Arial", 22, "#FFFFFFFF"), textStyle(Strong, "Arial", 22, "#FFFFD24A", ns::FONT_BOLD) };
+    nlohmann::json lines = nlohmann::json::array();
+    const char* const notices[] = { "Folded upward:", "right box first,", "then the middle,", "then the left.",
+        "Platform 2:", "the 18:05 is", "on time today." };
+    for (size_t i = 0; i < sizeof(notices) / sizeof(notices[0]); ++i)
+        lines.push_back({ textRun(i == 0 || i == 4 ? Strong : Plain, notices[i]) });
+    const QRect geometry(kFoldedUpLeft, kFoldTop, kFoldedUpWidth, kFoldHeight);
+    const std::string record = textRecord(scrollStyle(ns::MOVE_UP, kFoldedUpLevel), styles,
+        nlohmann::json::array({ textParagraph(lines, ns::ALIGN_HCENTER, ns::ALIGN_TOP, "#00000000") }));
+    return foldedTextRegions(dir, kDemoFoldedUpRegion, geometry, kFoldedUpId,
+        foldedBoxes(geometry.size(), kFoldedBoxGap, ns::ORIENTATION_VERTICAL), record, regions, error);
+}
+
 // A slide of a small presentation: a white page with a coloured heading band, three bullet lines
 // and a page number, drawn larger than the region so the player's scaling shows.
 QImage drawOfficePage(const QSize& size, int page)
@@ -796,7 +894,7 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
     // One region whose three boxes lie apart on the screen; its pictures are as wide as the boxes together.
     PlaylistRegion fold;
     fold.name = kDemoFoldRegion;
-    fold.geometry = QRect(0, kFoldTop, kScreenWidth, kFoldHeight);
+    fold.geometry = QRect(0, kFoldTop, kFoldedUpLeft - 2 * kGap, kFoldHeight);
     ns::Fold boxes;
     boxes.enabled = true;
     boxes.count = kFoldBoxes;
@@ -859,7 +957,8 @@ bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* e
     if (!officeRegion(dir, office, error))
         return false;
     playlist.regions << office;
-    return true;
+    return foldedTickerRegions(pictureDir, playlist.regions, error)
+        && foldedUpRegions(pictureDir, playlist.regions, error);
 }
 
 bool addDemoFeed(const QString& pictureDir, Playlist& playlist, QString* error)

@@ -37,6 +37,10 @@ inline const QString kDemoDownRegion = QStringLiteral("scroll-down");
 /// One-line text tickers: leftward fitted to the item's duration, rightward at a pixel rate.
 inline const QString kDemoLeftTickerRegion = QStringLiteral("ticker-left");
 inline const QString kDemoRightTickerRegion = QStringLiteral("ticker-right");
+/// Texts folded across three boxes each, outlined in front: a ticker moving left and notices
+/// moving up.
+inline const QString kDemoFoldedTickerRegion = QStringLiteral("folded-ticker");
+inline const QString kDemoFoldedUpRegion = QStringLiteral("folded-up");
 /// Office pages the demo draws as pictures, paged through a transition.
 inline const QString kDemoOfficeRegion = QStringLiteral("office");
 /// The RSS feed under the picture tiles, over a panel picture; its feed comes from startDemoFeed().
@@ -49,9 +53,10 @@ inline constexpr int kDemoFeedUpdatePeriodMs = 3000;
 /// Builds the demo: a 1920x1080 screen with a title strip, picture tiles that loop through
 /// demoEffects(), one tile on code 1, one animated picture, a folded region whose wide pictures
 /// run over three separate boxes, a picture marquee, and text regions: a paged notice, a static
-/// page, pages scrolling up and down, and tickers moving left (in sync mode) and right; and office
-/// pages. A row under the tiles is left for addDemoFeed(). Its pictures are drawn here and written
-/// into `pictureDir`, which must exist. False with a message if a picture cannot be written.
+/// page, pages scrolling up and down, and tickers moving left (in sync mode) and right; office
+/// pages; and texts folded across three outlined boxes, a ticker moving left and notices moving up. A row under the
+/// tiles is left for addDemoFeed(). Its pictures are drawn here and written into `pictureDir`, which must exist. False
+/// with a message if a picture cannot be written.
 bool buildDemoPlaylist(const QString& pictureDir, Playlist& playlist, QString* error);
 
 /// Adds the feed row to a playlist from buildDemoPlaylist(): a panel picture, written into

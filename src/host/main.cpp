@@ -3,6 +3,7 @@
 #include "capture.h"
 #include "demo.h"
 #include "feedserver.h"
+#include "foldpattern.h"
 #include "gallery.h"
 #include "hostscreen.h"
 #include "playerfactory.h"
@@ -72,6 +73,7 @@ struct Options {
     QString renderText;
     QSize renderSize;
     QString renderOut;
+    bool foldPattern = false;
     spdlog::level::level_enum logLevel = spdlog::level::info;
 };
 
@@ -150,8 +152,11 @@ int parseOptions(const QApplication& app, Options& options)
         QStringLiteral("Size of the text region for --render-text, e.g. 1920x1080."), QStringLiteral("WxH"));
     const QCommandLineOption renderOut(
         QStringLiteral("out"), QStringLiteral("Directory for the files of --render-text."), QStringLiteral("DIR"));
+    const QCommandLineOption foldPattern(QStringLiteral("fold-pattern"),
+        QStringLiteral("Play every folded item of the playlist as a test strip instead of its content: numbered "
+                       "arrows and a ruler running across its rectangles in order, to check how a wall is wired."));
     parser.addOptions({ demo, seconds, capture, fps, contactSheet, cacheDir, logLevel, gallery, gallerySize, renderText,
-        renderSize, renderOut });
+        renderSize, renderOut, foldPattern });
 
     if (!parser.parse(app.arguments()))
         return usageError(parser.errorText());
@@ -203,6 +208,9 @@ int parseOptions(const QApplication& app, Options& options)
     }
     if (!positional.isEmpty())
         options.playlistFile = positional.first();
+    options.foldPattern = parser.isSet(foldPattern);
+    if (options.foldPattern && options.playlistFile.isEmpty())
+        return usageError(QStringLiteral("--fold-pattern goes with a playlist file"));
 
     if (parser.isSet(seconds)) {
         bool ok = false;
@@ -318,6 +326,14 @@ int main(int argc, char* argv[])
     Playlist playlist;
     if (!loadContent(options, demoDir.get(), playlist))
         return kExitFailure;
+    if (options.foldPattern) {
+        const int replaced = useFoldPattern(playlist);
+        if (replaced == 0) {
+            PLAYER_LOG(error, "fold pattern: {} has no folded item", options.playlistFile.toStdString());
+            return kExitFailure;
+        }
+        PLAYER_LOG(info, "fold pattern: {} folded items show the test strip", replaced);
+    }
     // Declared before the screen, so that the demo's feed is served for as long as its player runs.
     LoopbackFeedServer feedServer;
     if (options.demo) {

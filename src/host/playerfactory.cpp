@@ -1,5 +1,6 @@
 #include "playerfactory.h"
 
+#include "foldpattern.h"
 #include "picturemarquee.h"
 
 #include <effectInfo.h>
@@ -15,6 +16,7 @@ PlayerFactory PlayerFactory::withBuiltinPlayers()
     factory.registerKind<playtext>(QStringLiteral("text"));
     factory.registerKind<OfficePlay>(QStringLiteral("office"));
     factory.registerKind<RssPlayer>(QStringLiteral("rss"));
+    factory.registerKind<FoldPattern>(kFoldPatternKind);
     return factory;
 }
 
