@@ -146,12 +146,7 @@ void ImagePlayCtrl::setFoldParaMeters(ns::Fold fold)
 
 int ImagePlayCtrl::calFoldLocal(int n)
 {
-    if (n < 0 || n > int(m_fold.rects.size()))
-        return -1;
-    int local = 0;
-    for (int i = 0; i < n; ++i)
-        local += m_fold.orientation != ns::ORIENTATION_HORIZONTAL ? m_fold.rects[i].height : m_fold.rects[i].width;
-    return local;
+    return foldPieceStart(m_fold, n);
 }
 
 QSize ImagePlayCtrl::calFoldPixmapSize()

@@ -171,12 +171,7 @@ void DrawFoldImage::stopPlay()
 
 int DrawFoldImage::calFoldLocal(int index) const
 {
-    if (index < 0 || index > int(m_fold.rects.size()))
-        return -1;
-    int local = 0;
-    for (int i = 0; i < index; ++i)
-        local += m_fold.orientation != ns::ORIENTATION_HORIZONTAL ? m_fold.rects[i].height : m_fold.rects[i].width;
-    return local;
+    return foldPieceStart(m_fold, index);
 }
 
 int DrawFoldImage::calListWidth(int n, const QList<int>& list)

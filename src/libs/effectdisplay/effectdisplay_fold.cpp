@@ -2,6 +2,8 @@
 // pieces that land in the fold rectangles, which may lie anywhere on the widget.
 #include "effectdisplay.h"
 
+#include "foldgeometry.h"
+
 #include <spdlogger.h>
 
 #include <QPainter>
@@ -58,15 +60,7 @@ void EffectDisplay::drawThroughFold(QPainter* painter, const std::function<void(
 
 int EffectDisplay::calFoldLocal(int index)
 {
-    const int count = int(m_fold.rects.size());
-    if (index < 0 || index > count)
-        return -1;
-    int local = 0;
-    for (int i = 0; i < index; ++i) {
-        const ns::FoldRect& r = m_fold.rects[size_t(i)];
-        local += m_fold.orientation == ns::ORIENTATION_HORIZONTAL ? r.width : r.height;
-    }
-    return local;
+    return foldPieceStart(m_fold, index);
 }
 
 int EffectDisplay::calListWidth(int count, QList<int>& list)

@@ -23,3 +23,16 @@ inline QSize composedFoldSize(const ns::Fold& fold, const QSize& window)
         sum += rect.height;
     return QSize(fold.rects.back().width, sum);
 }
+
+/// Where piece `index` begins in the composed picture: the widths (side by side) or heights
+/// (stacked) of the rectangles before it. -1 when `index` is negative or above the rectangles.
+inline int foldPieceStart(const ns::Fold& fold, int index)
+{
+    if (index < 0 || index > int(fold.rects.size()))
+        return -1;
+    int start = 0;
+    for (int i = 0; i < index; ++i)
+        start += fold.orientation == ns::ORIENTATION_HORIZONTAL ? fold.rects[size_t(i)].width
+                                                                : fold.rects[size_t(i)].height;
+    return start;
+}
