@@ -41,8 +41,8 @@ bool platformMakesGlContexts()
 }
 
 // Workers whose show ended while they finished a frame. Each is deleted with its frame maker on the
-// GUI thread once it has finished; those still here when the application ends are waited for, so
-// that none paints while Qt goes down.
+// GUI thread once it has finished; those still here when the application goes are waited for and
+// deleted then, so that none paints while Qt goes down.
 QSet<FoldImageThread*>& retiredWorkers()
 {
     static QSet<FoldImageThread*> workers;
@@ -58,16 +58,16 @@ void reap(FoldImageThread* worker)
     delete worker;
 }
 
-void waitForRetiredWorkers()
+void reapRetiredWorkers()
 {
-    // The objects are left to the process's end: widgets are not deleted once the application is.
-    for (FoldImageThread* worker : qAsConst(retiredWorkers()))
-        worker->wait();
+    const QSet<FoldImageThread*> workers = retiredWorkers();
+    for (FoldImageThread* worker : workers)
+        reap(worker);
 }
 
 void retire(FoldImageThread* worker)
 {
-    static const bool routine = (qAddPostRoutine(waitForRetiredWorkers), true);
+    static const bool routine = (qAddPostRoutine(reapRetiredWorkers), true);
     Q_UNUSED(routine);
     retiredWorkers().insert(worker);
     QObject::connect(worker, &QThread::finished, QCoreApplication::instance(), [worker] { reap(worker); });
