@@ -162,7 +162,9 @@ void DrawFoldImage::startPlay()
     default:
         break;
     }
-    emit signalsAppendImage(drawFoldPixmap());
+    QPixmap frame = drawFoldPixmap();
+    m_framesMade.fetch_add(1, std::memory_order_release);
+    emit signalsAppendImage(frame);
 }
 
 void DrawFoldImage::stopPlay()
@@ -285,14 +287,21 @@ void FoldImageThread::releaseDrawFoldImage()
     m_pDrawFoldImage = nullptr;
 }
 
+void FoldImageThread::waitForLoopEnd()
+{
+    wait();
+    m_loopEnds.load(std::memory_order_acquire);
+}
+
 void FoldImageThread::run()
 {
     if (!m_pDrawFoldImage)
         return;
     m_running = true;
-    do {
-        if (m_retired)
-            return;
+    while (!m_retired) {
         m_pDrawFoldImage->startPlay();
-    } while (m_running);
+        if (!m_running)
+            break;
+    }
+    m_loopEnds.fetch_add(1, std::memory_order_release);
 }

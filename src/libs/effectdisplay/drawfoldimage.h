@@ -55,6 +55,9 @@ public:
     int listShape() const { return m_listShape; }
     QList<int> lengths() const { return m_ListLen; }
     int imageCount() const { return int(m_ListPix.size()); }
+    /// Frames made so far. Read with acquire order before touching a frame from another thread:
+    /// it makes the hand-over visible to ThreadSanitizer, which cannot see Qt's own locks.
+    int framesMade() const { return m_framesMade.load(std::memory_order_acquire); }
     /// Where rectangle `index` begins on the strip; -1 outside 0 to the number of rectangles.
     int foldLocal(int index) const { return calFoldLocal(index); }
 
@@ -107,6 +110,7 @@ private:
     QRect m_srcRect;
     // Rectangles the frame is cut into: the fold's count, held to the rectangles there are.
     int m_pieces = 0;
+    std::atomic<int> m_framesMade { 0 };
 };
 
 /// Calls DrawFoldImage::startPlay in a tight loop until told to stop; the consumer sets the pace
@@ -123,6 +127,8 @@ public:
     void setRetired() { m_retired = true; }
     /// Deletes the frame maker. Only once the thread has finished.
     void releaseDrawFoldImage();
+    /// Waits until the loop has ended; like wait(), with the end made visible to ThreadSanitizer.
+    void waitForLoopEnd();
 
 signals:
     void signalsAppendImage(QImage image);
@@ -137,4 +143,5 @@ private:
     // Written on the GUI thread, read by the loop.
     std::atomic<bool> m_running { false };
     std::atomic<bool> m_retired { false };
+    std::atomic<int> m_loopEnds { 0 };
 };

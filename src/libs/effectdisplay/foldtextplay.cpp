@@ -53,7 +53,7 @@ void reap(FoldImageThread* worker)
 {
     if (!retiredWorkers().remove(worker))
         return;
-    worker->wait();
+    worker->waitForLoopEnd();
     worker->releaseDrawFoldImage();
     delete worker;
 }
@@ -178,7 +178,7 @@ void FoldTextPlay::stopPlay()
     worker->setStop();
     worker->setRetired();
     if (!worker->isRunning()) {
-        worker->wait();
+        worker->waitForLoopEnd();
         worker->releaseDrawFoldImage();
         delete worker;
         return;
@@ -198,8 +198,10 @@ bool FoldTextPlay::isProducing() const
 void FoldTextPlay::slotAppendImage(QPixmap frame)
 {
     // A frame queued before stopPlay arrives after it.
-    if (m_pFoldImageThread)
-        m_listFrame.append(frame);
+    if (!m_pFoldImageThread)
+        return;
+    m_pDrawFoldImage->framesMade();
+    m_listFrame.append(frame);
 }
 
 void FoldTextPlay::slotTimeout()
