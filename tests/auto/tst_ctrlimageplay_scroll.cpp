@@ -1161,10 +1161,9 @@ void TestCtrlImagePlayScroll::foldedScroll()
     QCOMPARE(ctrl->gap(), 50);
     QCOMPARE(ready.count(), 1);
     QVERIFY(ctrl->labels().isEmpty());
-    // The whole belt runs in the fold player; out of sync mode the control shows it.
+    // The whole belt runs in the fold player, which shows in sync mode too.
     auto* play = ctrl->findChild<FoldTextPlay*>();
-    QVERIFY(play);
-    QCOMPARE(play->isHidden(), sync);
+    QVERIFY(play && play->isVisible());
     QCOMPARE(play->interval(), 16);
     QCOMPARE(play->drawFoldImage()->step(), 3);
     QCOMPARE(play->drawFoldImage()->gap(), 50);

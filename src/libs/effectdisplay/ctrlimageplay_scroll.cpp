@@ -266,8 +266,8 @@ void ImagePlayCtrl::appendFoldScroll(bool bCreatImageStatus)
     for (const QString& name : qAsConst(m_listImageName))
         m_pFoldTextPlay->appendPixmap(QPixmap(name));
     m_pFoldTextPlay->startPlay(m_listImageName.first());
-    if (!m_textSyncWithMusic)
-        m_pFoldTextPlay->show();
+    // Shown in sync mode too: made this late, a child of a shown control would stay hidden.
+    m_pFoldTextPlay->show();
     emit signalsImageReady();
 }
 
