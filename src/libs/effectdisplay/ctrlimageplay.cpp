@@ -2,6 +2,7 @@
 
 #include "effectdisplay.h"
 #include "foldtextplay.h"
+#include "pngwriter.h"
 #include "foldgeometry.h"
 
 #include <imageplayhelper.h>
@@ -206,7 +207,10 @@ void ImagePlayCtrl::rewriteToFoldSize(const QString& name, ns::VAlignment v)
             break;
         }
     }
-    image.save(name, "PNG", -1);
+    QString error;
+    if (!pngwriter::save(image, name, &error))
+        PLAYER_LOG(
+            warn, "ImagePlayCtrl: cannot rewrite {} to the fold's height: {}", name.toStdString(), error.toStdString());
 }
 
 void ImagePlayCtrl::slotAppend(QString imagename, bool bCreatImageStatus)

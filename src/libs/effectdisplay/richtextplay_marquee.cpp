@@ -1,5 +1,7 @@
 #include "richtextplay.h"
 
+#include "pngwriter.h"
+
 #include <playerpath.h>
 #include <spdlogger.h>
 
@@ -20,8 +22,6 @@ namespace {
 constexpr char kNameAlphabet[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr int kNameAlphabetSize = sizeof(kNameAlphabet) - 1;
 constexpr int kRandomNameLength = 32;
-// Smallest file Qt's PNG writer makes; the default (-1) compresses less.
-constexpr int kPngQuality = 0;
 constexpr double kMsPerSecond = 1000.0;
 
 int truncated(double value)
@@ -38,6 +38,14 @@ QImage topRows(const QImage& image, int height)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.drawImage(QPoint(0, 0), image, QRect(0, 0, image.width(), height));
     return cut;
+}
+
+// A file that cannot be written leaves its name without a file, which the display skips.
+void writeImageFile(const QImage& image, const QString& path)
+{
+    QString error;
+    if (!pngwriter::save(image, path, &error))
+        PLAYER_LOG(warn, "RichTextPlay: cannot write the image file {}: {}", path.toStdString(), error.toStdString());
 }
 
 } // namespace
@@ -237,13 +245,13 @@ QString RichTextPlay::saveImage(QImage& image, int height, int vAlignment)
         // A scroll shows only what was painted, so the file is cut to it.
         PLAYER_LOG(trace, "RichTextPlay::saveImage=======================start");
         path += QStringLiteral(".png");
-        topRows(image, height).save(path, "PNG", kPngQuality);
+        writeImageFile(topRows(image, height), path);
     } else {
         const int d = std::abs(image.height() - height);
         switch (vAlignment) {
         case ns::ALIGN_TOP:
             path += QStringLiteral(".png");
-            image.save(path, "PNG", kPngQuality);
+            writeImageFile(image, path);
             break;
         case ns::ALIGN_VCENTER:
         case ns::ALIGN_BOTTOM: {
@@ -258,7 +266,7 @@ QString RichTextPlay::saveImage(QImage& image, int height, int vAlignment)
                 painter.drawImage(QPoint(0, top), image, QRect(0, 0, image.width(), height));
             }
             path += QStringLiteral(".png");
-            placed.save(path, "PNG", kPngQuality);
+            writeImageFile(placed, path);
             break;
         }
         default:
@@ -281,7 +289,7 @@ QString RichTextPlay::saveImageSpecial(QImage& image, int width, int fullHeight,
     if (m_content.displayStyle.type == ns::SCROLL) {
         PLAYER_LOG(trace, "RichTextPlay::saveImage=======================start");
         path += QStringLiteral(".png");
-        topRows(image, height).save(path, "PNG", kPngQuality);
+        writeImageFile(topRows(image, height), path);
     } else if (vAlignment == ns::ALIGN_TOP || vAlignment == ns::ALIGN_VCENTER || vAlignment == ns::ALIGN_BOTTOM) {
         const int d = std::abs(fullHeight - height);
         const int sourceRow = vAlignment == ns::ALIGN_TOP ? 0 : (vAlignment == ns::ALIGN_VCENTER ? d / 2 : d);
@@ -293,7 +301,7 @@ QString RichTextPlay::saveImageSpecial(QImage& image, int width, int fullHeight,
             painter.drawImage(QPoint(0, 0), image, QRect(0, sourceRow, image.width(), fullHeight));
         }
         path += QStringLiteral(".png");
-        placed.save(path, "PNG", kPngQuality);
+        writeImageFile(placed, path);
     }
 
     PLAYER_LOG(trace, "saveImage time =======================:{},{}", timer.elapsed() / kMsPerSecond, "s");
@@ -318,7 +326,7 @@ QString RichTextPlay::saveMarqueeImage(QImage& image, int width)
         painter.setRenderHint(QPainter::Antialiasing);
         painter.drawImage(QPoint(0, 0), image, QRect(0, 0, width, image.height()));
     }
-    piece.save(path, "PNG", kPngQuality);
+    writeImageFile(piece, path);
     return path;
 }
 
