@@ -15,7 +15,7 @@ enum class Filter { None, Sub, Up, Paeth, PerRow };
 
 struct Options {
     Filter filter = Filter::None;
-    int level = 6; ///< libdeflate level, 1 to 12
+    int level = 0; ///< libdeflate level, 1 to 12; 0 picks one from how much of the image is ink
 };
 
 /// The PNG file of `image`; empty for a null image.
