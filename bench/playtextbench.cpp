@@ -2,6 +2,8 @@
 // playtext::iInit to status 1 and to the last page file at the display, on a first play (the
 // pages are rendered on a worker) and on a replay of the same task (the cached files are fed at
 // once). Next to them, what one page costs to render and write, the yardstick for status 1.
+#include "benchsupport.h"
+
 #include <ctrlimageplay.h>
 #include <imageplayhelper.h>
 #include <playerpath.h>
@@ -21,6 +23,8 @@
 #include <vector>
 
 namespace {
+
+using benchsupport::median;
 
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
@@ -90,12 +94,6 @@ Play playOnce(int id, const std::string& json, int pages)
     player->iDestory();
     delete player;
     return play;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 } // namespace

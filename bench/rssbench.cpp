@@ -1,6 +1,8 @@
 // What the feed reader costs: a generated 5 MB feed of 10 000 items read as a renewal reads it, and
 // each hostile document the reader is bounded against, with the growth of the process's peak
 // resident size while it is read and the warn lines its bounds logged.
+#include "benchsupport.h"
+
 #include "rssplayer_p.h"
 #include "rssplayeraccess.h"
 
@@ -28,6 +30,9 @@
 
 namespace {
 
+using benchsupport::resetPeak;
+using benchsupport::statusKib;
+
 constexpr int kFeedItems = 10000;
 constexpr int kRegionWidth = 1920;
 constexpr int kRegionHeight = 1080;
@@ -54,27 +59,6 @@ protected:
 };
 
 std::shared_ptr<CountingSink> g_sink;
-
-// The kB figure of a "Name:  123 kB" line of /proc/self/status, or -1.
-long statusKib(const char* field)
-{
-    std::ifstream status("/proc/self/status");
-    const std::string head = std::string(field) + ":";
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind(head, 0) == 0)
-            return std::strtol(line.c_str() + head.size(), nullptr, 10);
-    }
-    return -1;
-}
-
-// Sets the peak resident size back to the current one (Linux 4.0 and later).
-bool resetPeak()
-{
-    std::ofstream clear("/proc/self/clear_refs");
-    clear << "5";
-    clear.flush();
-    return bool(clear);
-}
 
 QByteArray feed(const QByteArray& items, const QByteArray& head = QByteArray())
 {

@@ -1,6 +1,8 @@
 // A feed's way to the screen: a 50-item feed served over HTTPS on loopback, from iPlay to the first
 // text ready, and a renewal from the update timer to the new text shown and the old one gone. The
 // fetch and the read on their own stand beside them as yardsticks.
+#include "benchsupport.h"
+
 #include "feedserver.h"
 #include "rssplayer_p.h"
 #include "rssplayeraccess.h"
@@ -24,6 +26,8 @@
 #include <vector>
 
 namespace {
+
+using benchsupport::median;
 
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
@@ -63,12 +67,6 @@ template <class Done> double waitFor(const QElapsedTimer& clock, Done done)
     while (!done())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
     return clock.nsecsElapsed() / 1e6;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 // as PNG, a long marquee band with its time per character and its peak memory, and cutting a long
 // run to the width of a line next to the plain head-by-head loop. The process keeps to one core,
 // as the render worker does.
+#include "benchsupport.h"
+
 #include <playerpath.h>
 #include <pngwriter.h>
 #include <richtextplay.h>
@@ -49,6 +51,9 @@
 #include <unistd.h>
 
 namespace {
+
+using benchsupport::resetPeak;
+using benchsupport::statusKib;
 
 using Clock = std::chrono::steady_clock;
 
@@ -429,27 +434,6 @@ void BM_PngWrite(benchmark::State& state, const QImage* page, bool qt)
 }
 
 // ---- Marquee bands, each in a child process of its own so that its peak memory is its own.
-
-// The kB figure of a "Name:  123 kB" line of /proc/self/status, or -1.
-long statusKib(const char* field)
-{
-    std::ifstream status("/proc/self/status");
-    const std::string head = std::string(field) + ":";
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind(head, 0) == 0)
-            return std::strtol(line.c_str() + head.size(), nullptr, 10);
-    }
-    return -1;
-}
-
-// Sets the peak resident size back to the current one (Linux 4.0 and later).
-bool resetPeak()
-{
-    std::ofstream clear("/proc/self/clear_refs");
-    clear << "5";
-    clear.flush();
-    return bool(clear);
-}
 
 // Paints every glyph of the text and writes one small PNG, so that the font, its glyph cache,
 // the PNG writer and zlib are loaded before the baseline is taken.
