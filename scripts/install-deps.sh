@@ -7,7 +7,7 @@ set -euo pipefail
 PACKAGES=(
     build-essential cmake pkg-config git
     qtbase5-dev qtbase5-private-dev qtbase5-dev-tools libqt5opengl5-dev libqt5svg5
-    libcpp-httplib-dev nlohmann-json3-dev libspdlog-dev libfmt-dev libssl-dev libdeflate-dev
+    libcpp-httplib-dev nlohmann-json3-dev libspdlog-dev libfmt-dev libssl-dev libdeflate-dev zlib1g-dev
     libbenchmark-dev
     xvfb xauth libgl1-mesa-dri
     fonts-dejavu-core fonts-liberation2 fonts-wqy-microhei

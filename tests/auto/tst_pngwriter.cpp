@@ -7,6 +7,11 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <QtEndian>
+
+#include <zlib.h>
+
+#include <cstring>
 
 namespace {
 
@@ -35,6 +40,25 @@ QImage readBack(const QByteArray& png)
     return QImage::fromData(png, "PNG").convertToFormat(QImage::Format_ARGB32);
 }
 
+// zlib's own check of the image data: the whole stream inflates, to the rows' size, and its
+// checksum holds (a PNG reader may stop at the last row without looking).
+bool inflatesWhole(const QByteArray& png, QSize size)
+{
+    QByteArray stream;
+    for (int at = 8; at + 12 <= png.size();) {
+        const int length = int(qFromBigEndian<quint32>(png.constData() + at));
+        if (png.mid(at + 4, 4) == "IDAT")
+            stream += png.mid(at + 8, length);
+        at += length + 12;
+    }
+    QByteArray rows(size.height() * (4 * size.width() + 1), Qt::Uninitialized);
+    uLongf rowsSize = uLongf(rows.size());
+    return uncompress(reinterpret_cast<Bytef*>(rows.data()), &rowsSize,
+               reinterpret_cast<const Bytef*>(stream.constData()), uLong(stream.size()))
+        == Z_OK
+        && rowsSize == uLongf(rows.size());
+}
+
 } // namespace
 
 class TestPngWriter : public QObject {
@@ -42,6 +66,8 @@ class TestPngWriter : public QObject {
 private slots:
     void samePixels_data();
     void samePixels();
+    void blankRows_data();
+    void blankRows();
     void noLargerThanQt();
     void writeErrors();
 };
@@ -75,6 +101,46 @@ void TestPngWriter::samePixels()
     const QImage back = readBack(png);
     QCOMPARE(back.size(), size);
     QCOMPARE(back, image.convertToFormat(QImage::Format_ARGB32));
+}
+
+void TestPngWriter::blankRows_data()
+{
+    // Fully transparent rows above and below the ink are written apart from it: a page of a few
+    // lines. Inked rows as [first, last), each row on its own a line of text.
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("first");
+    QTest::addColumn<int>("last");
+
+    QTest::newRow("page, text at the top") << QSize(1920, 1080) << 0 << 90;
+    QTest::newRow("page, text in the middle") << QSize(1920, 1080) << 500 << 560;
+    QTest::newRow("page, text at the bottom") << QSize(640, 360) << 300 << 360;
+    QTest::newRow("blank page") << QSize(640, 360) << 0 << 0;
+    QTest::newRow("one inked row") << QSize(333, 200) << 100 << 101;
+    QTest::newRow("blank rows just half") << QSize(200, 200) << 50 << 150;
+    QTest::newRow("one column") << QSize(1, 20000) << 3 << 4;
+    QTest::newRow("small, too few blank bytes to set apart") << QSize(1, 700) << 3 << 4;
+}
+
+void TestPngWriter::blankRows()
+{
+    QFETCH(QSize, size);
+    QFETCH(int, first);
+    QFETCH(int, last);
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(0);
+    if (last > first) {
+        const QImage ink = sample(QSize(size.width(), last - first), QImage::Format_ARGB32);
+        for (int y = first; y < last; ++y)
+            std::memcpy(image.scanLine(y), ink.constScanLine(y - first), size_t(image.bytesPerLine()));
+    }
+    const QByteArray png = pngwriter::encode(image);
+    QVERIFY(inflatesWhole(png, size));
+    QCOMPARE(readBack(png), image);
+
+    QByteArray qt;
+    QBuffer buffer(&qt);
+    QVERIFY(buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG", 0));
+    QVERIFY2(png.size() <= qt.size(), qPrintable(QStringLiteral("%1 > %2").arg(png.size()).arg(qt.size())));
 }
 
 void TestPngWriter::noLargerThanQt()

@@ -5,11 +5,13 @@
 #include <QFile>
 
 #include <libdeflate.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace pngwriter {
 namespace {
@@ -106,6 +108,274 @@ void toRgba(const QRgb* pixels, int width, bool opaque, unsigned char* out)
     }
 }
 
+// Blank rows. A page of a few lines is mostly fully transparent rows above and below the text, and
+// deflating megabytes of zeros costs libdeflate more than the text does. Those rows are written as
+// blocks of our own (two bits for 258 zeros); libdeflate deflates the rows in between.
+
+constexpr int kZlibHeader[] = { 0x78, 0x9c };
+constexpr quint32 kAdlerModulus = 65521;
+constexpr int kLongestMatch = 258;
+// Blank rows are set apart from this many bytes on: fewer deflate smaller with the ink.
+constexpr quint64 kBlankBytesWorthIt = 32 * 1024;
+
+bool blankRow(const QImage& image, int y)
+{
+    const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+    return std::all_of(row, row + image.width(), [](QRgb pixel) { return pixel == 0; });
+}
+
+// The Adler-32 of `count` more zero bytes.
+quint32 adlerOfZeros(quint32 adler, quint64 count)
+{
+    const quint64 a = adler & 0xffff;
+    const quint64 b = ((adler >> 16) + (count % kAdlerModulus) * a) % kAdlerModulus;
+    return quint32(b << 16 | a);
+}
+
+// Writes a deflate bit stream, least significant bit first, as deflate packs it.
+class BitWriter {
+public:
+    explicit BitWriter(QByteArray& out)
+        : m_out(out)
+    {
+    }
+    // Goes on after the first `bits` bits of `out`'s last bytes.
+    void continueAfter(size_t bits)
+    {
+        m_out.resize(int((bits + 7) / 8));
+        m_used = int(bits % 8);
+        if (m_used > 0)
+            m_byte = static_cast<unsigned char>(m_out.back()) & ((1u << m_used) - 1);
+        if (m_used > 0)
+            m_out.chop(1);
+    }
+    void bits(quint32 value, int count)
+    {
+        for (int i = 0; i < count; ++i)
+            bit((value >> i) & 1u);
+    }
+    // Huffman codes go most significant bit first.
+    void code(quint32 value, int length)
+    {
+        for (int i = length - 1; i >= 0; --i)
+            bit((value >> i) & 1u);
+    }
+    void zeroBits(quint64 count)
+    {
+        for (; count > 0 && m_used > 0; --count)
+            bit(0);
+        m_out.append(int(count / 8), '\0');
+        for (count %= 8; count > 0; --count)
+            bit(0);
+    }
+    void alignToByte()
+    {
+        if (m_used > 0)
+            zeroBits(8 - m_used);
+    }
+
+private:
+    void bit(quint32 value)
+    {
+        m_byte |= static_cast<unsigned char>(value << m_used);
+        if (++m_used == 8) {
+            m_out.append(char(m_byte));
+            m_byte = 0;
+            m_used = 0;
+        }
+    }
+
+    QByteArray& m_out;
+    unsigned char m_byte = 0;
+    int m_used = 0;
+};
+
+// Deflate's length codes 257 to 285: the shortest length of each and its extra bits.
+constexpr int kLengthBase[] = { 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 17, 19, 23, 27, 31, 35, 43, 51, 59, 67, 83, 99,
+    115, 131, 163, 195, 227, 258 };
+constexpr int kLengthExtra[]
+    = { 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0 };
+constexpr int kLiteralCodes = 286;
+constexpr int kFirstLengthCode = 257;
+constexpr int kEndOfBlock = 256;
+constexpr int kLongestMatchCode = 285;
+
+// Deflate's canonical Huffman codes for `lengths` (0: unused).
+std::vector<quint32> canonicalCodes(const std::vector<int>& lengths)
+{
+    constexpr int kMaxLength = 15;
+    int count[kMaxLength + 1] = {};
+    for (int length : lengths)
+        ++count[length];
+    count[0] = 0;
+    quint32 next[kMaxLength + 2] = {};
+    for (int bits = 1; bits <= kMaxLength; ++bits)
+        next[bits + 1] = (next[bits] + quint32(count[bits])) << 1;
+    std::vector<quint32> codes(lengths.size());
+    for (std::size_t symbol = 0; symbol < lengths.size(); ++symbol) {
+        if (lengths[symbol] > 0)
+            codes[symbol] = next[lengths[symbol]]++;
+    }
+    return codes;
+}
+
+// `count` zero bytes as one dynamic Huffman block: a literal 0 (the byte before need not be a
+// zero), then matches of 258 at distance 1, two bits each, then one shorter match or a literal or
+// two for what is left, and the end of block.
+void writeZeroBlock(BitWriter& out, quint64 count, bool final)
+{
+    const quint64 rest = (count - 1) % kLongestMatch;
+    int restCode = 0; // the length code of the rest, when the rest is a match
+    if (rest >= quint64(kLengthBase[0])) {
+        restCode = kFirstLengthCode;
+        while (kLengthBase[restCode - kFirstLengthCode + 1] <= int(rest) && restCode + 1 < kLongestMatchCode)
+            ++restCode;
+    }
+    std::vector<int> literal(kLiteralCodes, 0);
+    literal[kLongestMatchCode] = 1;
+    literal[0] = 2;
+    literal[kEndOfBlock] = restCode ? 3 : 2;
+    if (restCode)
+        literal[std::size_t(restCode)] = 3;
+    const std::vector<quint32> literalCodes = canonicalCodes(literal);
+
+    // The code lengths, run-length coded: 18 is a run of 11 to 138 zeros, 17 of 3 to 10.
+    std::vector<int> lengths = literal;
+    lengths.push_back(1); // the one distance code, distance 1
+    std::vector<std::pair<int, int>> sequence; // symbol, extra bits value
+    for (std::size_t i = 0; i < lengths.size();) {
+        if (lengths[i] != 0) {
+            sequence.emplace_back(lengths[i++], 0);
+            continue;
+        }
+        std::size_t run = 0;
+        while (i + run < lengths.size() && lengths[i + run] == 0)
+            ++run;
+        i += run;
+        for (; run >= 11; run -= std::min<std::size_t>(run, 138))
+            sequence.emplace_back(18, int(std::min<std::size_t>(run, 138) - 11));
+        if (run >= 3)
+            sequence.emplace_back(17, int(run - 3));
+        else
+            sequence.insert(sequence.end(), run, { 0, 0 });
+    }
+    // A complete code over the code length symbols that can occur.
+    std::vector<int> lengthLengths(19, 0);
+    for (int symbol : { 0, 1, 3, 17 })
+        lengthLengths[std::size_t(symbol)] = 3;
+    lengthLengths[2] = 2;
+    lengthLengths[18] = 2;
+    const std::vector<quint32> lengthCodes = canonicalCodes(lengthLengths);
+    constexpr int kOrder[] = { 16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1 };
+
+    out.bits(final ? 1 : 0, 1);
+    out.bits(2, 2); // dynamic codes
+    out.bits(kLiteralCodes - kFirstLengthCode, 5);
+    out.bits(0, 5); // one distance code
+    out.bits(std::size(kOrder) - 4, 4);
+    for (int symbol : kOrder)
+        out.bits(quint32(lengthLengths[std::size_t(symbol)]), 3);
+    for (const auto& [symbol, extra] : sequence) {
+        out.code(lengthCodes[std::size_t(symbol)], lengthLengths[std::size_t(symbol)]);
+        if (symbol == 18)
+            out.bits(quint32(extra), 7);
+        else if (symbol == 17)
+            out.bits(quint32(extra), 3);
+    }
+
+    const auto symbol = [&](int code) { out.code(literalCodes[std::size_t(code)], literal[std::size_t(code)]); };
+    symbol(0);
+    // 258 and distance 1 are both "0".
+    out.zeroBits((count - 1) / kLongestMatch * 2);
+    if (restCode) {
+        symbol(restCode);
+        out.bits(quint32(rest) - quint32(kLengthBase[restCode - kFirstLengthCode]),
+            kLengthExtra[restCode - kFirstLengthCode]);
+        out.bits(0, 1); // distance 1
+    } else {
+        for (quint64 i = 0; i < rest; ++i)
+            symbol(0);
+    }
+    symbol(kEndOfBlock);
+}
+
+// Where the final block of a raw deflate stream starts and where the stream ends, in bits.
+bool finalBlock(const QByteArray& deflated, size_t* start, size_t* end)
+{
+    z_stream stream {};
+    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK)
+        return false;
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(deflated.constData()));
+    stream.avail_in = uInt(deflated.size());
+    std::vector<Bytef> sink(size_t(1) << 16);
+    const auto bitsIn = [&stream] { return size_t(stream.total_in) * 8 - size_t(stream.data_type & 7); };
+    int result = Z_OK;
+    bool ended = false;
+    *start = 0;
+    while (result == Z_OK && !ended) {
+        stream.next_out = sink.data();
+        stream.avail_out = uInt(sink.size());
+        // Z_BLOCK stops at every block boundary, flagged 128; 64 once the final block is read.
+        result = inflate(&stream, Z_BLOCK);
+        if (result == Z_OK && (stream.data_type & 128)) {
+            ended = stream.data_type & 64;
+            (ended ? *end : *start) = bitsIn();
+        }
+    }
+    inflateEnd(&stream);
+    return ended;
+}
+
+// The zlib stream of an image whose rows above `top` and from `bottom` on are all zero bytes;
+// `middle` holds the filtered rows in between. Empty when it cannot be made.
+QByteArray deflateAroundBlankRows(
+    libdeflate_compressor* compressor, const QByteArray& middle, quint64 above, quint64 below)
+{
+    QByteArray out;
+    out.append(char(kZlibHeader[0])).append(char(kZlibHeader[1]));
+    BitWriter writer(out);
+    if (middle.isEmpty()) {
+        writeZeroBlock(writer, above + below, true);
+        writer.alignToByte();
+    } else {
+        if (above > 0) {
+            writeZeroBlock(writer, above, false);
+            // An empty stored block brings the stream to a byte, where libdeflate's blocks start.
+            writer.bits(0, 3);
+            writer.alignToByte();
+            writer.bits(0xffff0000u, 32);
+        }
+        QByteArray deflated(
+            int(libdeflate_deflate_compress_bound(compressor, size_t(middle.size()))), Qt::Uninitialized);
+        const size_t size = libdeflate_deflate_compress(
+            compressor, middle.constData(), size_t(middle.size()), deflated.data(), size_t(deflated.size()));
+        if (size == 0)
+            return QByteArray();
+        deflated.resize(int(size));
+        if (below > 0) {
+            size_t finalStart = 0;
+            size_t end = 0;
+            if (!finalBlock(deflated, &finalStart, &end))
+                return QByteArray();
+            deflated[int(finalStart / 8)] = char(deflated.at(int(finalStart / 8)) & ~(1 << (finalStart % 8)));
+            const size_t before = size_t(out.size()) * 8;
+            out.append(deflated);
+            writer.continueAfter(before + end);
+            writeZeroBlock(writer, below, true);
+            writer.alignToByte();
+        } else {
+            out.append(deflated);
+        }
+    }
+    quint32 adler = adlerOfZeros(1, above);
+    adler = quint32(libdeflate_adler32(adler, middle.constData(), size_t(middle.size())));
+    adler = adlerOfZeros(adler, below);
+    unsigned char trailer[4];
+    putBigEndian(trailer, adler);
+    out.append(reinterpret_cast<const char*>(trailer), 4);
+    return out;
+}
+
 // Mostly transparent pages deflate to their smallest at a fast level already; pages full of text
 // need level 7 to come out no larger than Qt's smallest files. The ink is sampled on every 16th row.
 constexpr int kSparseLevel = 3;
@@ -142,6 +412,23 @@ libdeflate_compressor* compressorFor(int level)
     return compressor.get();
 }
 
+// The PNG file around a zlib stream of filtered RGBA rows.
+QByteArray wrap(int width, int height, const QByteArray& deflated)
+{
+    QByteArray png;
+    png.reserve(int(sizeof(kSignature) + size_t(deflated.size()) + 64));
+    png.append(reinterpret_cast<const char*>(kSignature), int(sizeof(kSignature)));
+    unsigned char header[13] = {};
+    putBigEndian(header, quint32(width));
+    putBigEndian(header + 4, quint32(height));
+    header[8] = kBitDepth;
+    header[9] = kColourTypeRgba;
+    appendChunk(png, "IHDR", header, sizeof(header));
+    appendChunk(png, "IDAT", reinterpret_cast<const unsigned char*>(deflated.constData()), size_t(deflated.size()));
+    appendChunk(png, "IEND", nullptr, 0);
+    return png;
+}
+
 } // namespace
 
 QByteArray encode(const QImage& image, const Options& options)
@@ -155,6 +442,36 @@ QByteArray encode(const QImage& image, const Options& options)
     const int height = rgba.height();
     const int rowBytes = width * kBytesPerPixel;
     const size_t stride = size_t(rowBytes) + 1;
+
+    if (image.format() == QImage::Format_ARGB32 && options.filter == Filter::None) {
+        int top = 0;
+        while (top < height && blankRow(image, top))
+            ++top;
+        int bottom = height;
+        while (bottom > top && blankRow(image, bottom - 1))
+            --bottom;
+        // A few blank rows cost less deflated with the ink than as a block of their own.
+        if (quint64(stride) * quint64(top) < kBlankBytesWorthIt)
+            top = 0;
+        if (quint64(stride) * quint64(height - bottom) < kBlankBytesWorthIt)
+            bottom = height;
+        if (2 * (top + height - bottom) >= height && top + height - bottom > 0) {
+            QByteArray middle(int(stride * size_t(bottom - top)), Qt::Uninitialized);
+            for (int y = top; y < bottom; ++y) {
+                auto* line = reinterpret_cast<unsigned char*>(middle.data()) + stride * size_t(y - top);
+                line[0] = kNone;
+                toRgba(reinterpret_cast<const QRgb*>(image.constScanLine(y)), width, false, line + 1);
+            }
+            const int level
+                = std::clamp(options.level > 0 ? options.level : levelFor(image, true), kMinLevel, kMaxLevel);
+            libdeflate_compressor* compressor = compressorFor(level);
+            if (!compressor)
+                return QByteArray();
+            const QByteArray stream = deflateAroundBlankRows(
+                compressor, middle, quint64(stride) * quint64(top), quint64(stride) * quint64(height - bottom));
+            return stream.isEmpty() ? QByteArray() : wrap(width, height, stream);
+        }
+    }
 
     QByteArray raw(int(stride * size_t(height)), Qt::Uninitialized);
     auto* out = reinterpret_cast<unsigned char*>(raw.data());
@@ -218,18 +535,8 @@ QByteArray encode(const QImage& image, const Options& options)
     if (deflatedSize == 0)
         return QByteArray();
 
-    QByteArray png;
-    png.reserve(int(sizeof(kSignature) + deflatedSize + 64));
-    png.append(reinterpret_cast<const char*>(kSignature), int(sizeof(kSignature)));
-    unsigned char header[13] = {};
-    putBigEndian(header, quint32(width));
-    putBigEndian(header + 4, quint32(height));
-    header[8] = kBitDepth;
-    header[9] = kColourTypeRgba;
-    appendChunk(png, "IHDR", header, sizeof(header));
-    appendChunk(png, "IDAT", reinterpret_cast<const unsigned char*>(deflated.constData()), deflatedSize);
-    appendChunk(png, "IEND", nullptr, 0);
-    return png;
+    deflated.resize(int(deflatedSize));
+    return wrap(width, height, deflated);
 }
 
 bool save(const QImage& image, const QString& path, QString* error, const Options& options)
