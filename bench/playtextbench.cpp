@@ -12,8 +12,10 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFontMetrics>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QWidget>
 
 #include <nlohmann/json.hpp>
@@ -31,6 +33,9 @@ constexpr int kHeight = 1080;
 constexpr int kPixelSize = 24;
 constexpr int kPages = 10;
 constexpr int kRounds = 5;
+constexpr int kLookMs = 1;
+constexpr double kReadyTargetMs = 100; // iInit to status 1 for one dense page
+constexpr double kLastTargetMs = 1500; // iInit to the tenth page at the display
 constexpr double kReplayTarget = 20.0; // replay at least this many times faster than a first play
 const char* const kFamily = "DejaVu Sans";
 const char* const kLine = "Departures on time \u00b7 \u51c6\u70b9\u51fa\u53d1 \u00b7 platform 4, gate B, "
@@ -88,7 +93,10 @@ Play playOnce(int id, const std::string& json, int pages)
         const ImagePlayCtrl* control = player->findChild<ImagePlayCtrl*>();
         if (control && control->imageNames().size() >= pages)
             break;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        // Sleep between looks, as a host's event loop would: a spinning loop takes a core.
+        QEventLoop idle;
+        QTimer::singleShot(kLookMs, &idle, &QEventLoop::quit);
+        idle.exec();
     }
     play.lastMs = clock.nsecsElapsed() / 1e6;
     player->iDestory();
@@ -137,6 +145,10 @@ int main(int argc, char* argv[])
     std::printf("  %-38s %10.2f ms\n", "replay, iInit to status 1", median(replayReady));
     std::printf("  %-38s %10.2f ms\n", "replay, iInit to the last page", replay);
     std::printf("targets:\n");
+    std::printf(
+        "  one-page text ready within %.0f ms: %s\n", kReadyTargetMs, single <= kReadyTargetMs ? "met" : "MISSED");
+    std::printf(
+        "  ten pages to the last page within %.0f ms: %s\n", kLastTargetMs, last <= kLastTargetMs ? "met" : "MISSED");
     std::printf("  replay %.0fx faster than the first play (want >= %.0fx): %s\n", last / replay, kReplayTarget,
         last / replay >= kReplayTarget ? "met" : "MISSED");
     // Status 1 waits for the first page only: as soon as for a text of one page, and well within

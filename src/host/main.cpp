@@ -35,6 +35,7 @@ constexpr double kMaxFps = 60;
 constexpr double kHeadlessSeconds = 10;
 constexpr double kMaxSeconds = 2000000; // QTimer counts in int milliseconds
 constexpr int kSignalPollMs = 100;
+constexpr int kQuotedRun = 60; // characters of a run quoted in the glyph report
 
 const QStringList kLogLevels { QStringLiteral("trace"), QStringLiteral("debug"), QStringLiteral("info"),
     QStringLiteral("warn"), QStringLiteral("error"), QStringLiteral("critical"), QStringLiteral("off") };
@@ -289,8 +290,9 @@ int main(int argc, char* argv[])
 
     if (!options.renderText.isEmpty()) {
         QList<RenderedImage> images;
+        QList<MissingCharacter> missing;
         QString error;
-        if (!renderTextRecord(options.renderText, options.renderSize, options.renderOut, &images, &error)) {
+        if (!renderTextRecord(options.renderText, options.renderSize, options.renderOut, &images, &missing, &error)) {
             PLAYER_LOG(error, "render-text: {}", error.toStdString());
             return kExitFailure;
         }
@@ -301,6 +303,16 @@ int main(int argc, char* argv[])
                 ? QStringLiteral("%1x%2").arg(image.size.width()).arg(image.size.height())
                 : QStringLiteral("no-file");
             std::printf("%s\t%s\t%s\n", qPrintable(image.name), qPrintable(size), image.lastImage ? "last" : "more");
+        }
+        // After the files, so that scripts reading them line by line meet them first.
+        for (const MissingCharacter& character : missing) {
+            const QString hex
+                = QString::number(uint(character.codePoint), 16).toUpper().rightJustified(4, QLatin1Char('0'));
+            const QString run = character.runText.size() > kQuotedRun
+                ? character.runText.left(kQuotedRun) + QStringLiteral("...")
+                : character.runText;
+            std::printf("missing-glyph\tU+%s\tparagraph %d, line %d, run %d\t%s\n", qPrintable(hex),
+                character.paragraph, character.line, character.run, run.toUtf8().constData());
         }
         return images.isEmpty() ? kExitFailure : 0;
     }

@@ -14,8 +14,8 @@
 
 #include <nlohmann/json.hpp>
 
-bool renderTextRecord(
-    const QString& recordFile, const QSize& size, const QString& outDir, QList<RenderedImage>* images, QString* error)
+bool renderTextRecord(const QString& recordFile, const QSize& size, const QString& outDir, QList<RenderedImage>* images,
+    QList<MissingCharacter>* missing, QString* error)
 {
     QFile file(recordFile);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -36,6 +36,9 @@ bool renderTextRecord(
     PlayerPath::getInstance().setImageCachePath(QFileInfo(outDir).absoluteFilePath());
 
     const ns::RichTextContent& content = info.content;
+    for (const RichTextPlay::MissingGlyph& glyph : RichTextPlay::missingGlyphs(content))
+        missing->append(
+            MissingCharacter { glyph.codePoint, glyph.paragraph + 1, glyph.line + 1, glyph.run + 1, glyph.runText });
     const bool marquee = ns::isMarquee(content.displayStyle);
     int height = size.height();
     if (marquee) {

@@ -1495,8 +1495,12 @@ void TestMediaHost::renderTextPrintsItsFiles_data()
     QTest::addColumn<QSize>("size");
     QTest::addColumn<bool>("band");
 
-    QTest::newRow("pages") << "examples/richtext-paged.json" << QSize(640, 200) << false;
-    QTest::newRow("band pieces") << "examples/richtext-ticker.json" << QSize(500, 120) << true;
+    QTest::addColumn<QStringList>("missing"); // code points listed as having no glyph
+
+    QTest::newRow("pages") << "examples/richtext-paged.json" << QSize(640, 200) << false << QStringList {};
+    QTest::newRow("band pieces") << "examples/richtext-ticker.json" << QSize(500, 120) << true << QStringList {};
+    // No font has an unassigned code point; the record is written by the test.
+    QTest::newRow("glyph report") << QString() << QSize(300, 60) << false << QStringList { "U+0378", "U+10FFFD" };
 }
 
 void TestMediaHost::renderTextPrintsItsFiles()
@@ -1504,16 +1508,33 @@ void TestMediaHost::renderTextPrintsItsFiles()
     QFETCH(QString, record);
     QFETCH(QSize, size);
     QFETCH(bool, band);
+    QFETCH(QStringList, missing);
 
+    if (record.isEmpty()) {
+        record = m_dir.filePath(QStringLiteral("glyphs.json"));
+        QFile file(record);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({"content":{"displayStyle":{"type":0},"textAttributes":[{"id":1,"style":{"fontFamilies":
+            ["DejaVu Sans"],"pixelSize":20,"textColor":"#FFFFFFFF"}}],"paragraphs":[{"lines":[[{"attributeId":1,
+            "text":"Gate \u0378 open \u0378"}],[{"attributeId":1,"text":"\udbff\udffd"}]]}]}})");
+    }
     const QString out = m_dir.filePath(QStringLiteral("render/%1").arg(QTest::currentDataTag()));
     const RunResult result
         = run({ QStringLiteral("--render-text"), QDir(m_sourceDir).filePath(record), QStringLiteral("--size"),
             QStringLiteral("%1x%2").arg(size.width()).arg(size.height()), QStringLiteral("--out"), out });
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
 
-    // One line per file, in order: path, size, and "last" on the last line only.
-    const QStringList lines = result.out.trimmed().split(QLatin1Char('\n'));
-    QVERIFY2(lines.size() >= 2, qPrintable(result.out));
+    // One line per file, in order: path, size, and "last" on the last line only; then one line
+    // per character without a glyph, with its place.
+    QStringList lines = result.out.trimmed().split(QLatin1Char('\n'));
+    QStringList listed;
+    while (lines.last().startsWith(QLatin1String("missing-glyph\t")))
+        listed.prepend(lines.takeLast().section(QLatin1Char('\t'), 1, 2));
+    QStringList expectedListed;
+    for (int i = 0; i < missing.size(); ++i)
+        expectedListed << missing.at(i) + QStringLiteral("\tparagraph 1, line %1, run 1").arg(i + 1);
+    QCOMPARE(listed, expectedListed);
+    QVERIFY2(lines.size() >= (missing.isEmpty() ? 2 : 1), qPrintable(result.out));
     int bandHeight = -1;
     for (int i = 0; i < lines.size(); ++i) {
         const QStringList fields = lines.at(i).split(QLatin1Char('\t'));

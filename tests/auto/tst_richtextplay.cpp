@@ -4,6 +4,7 @@
 #include "logcapture.h"
 
 #include <playerpath.h>
+#include <imagehandoff.h>
 #include <richtextplay.h>
 
 #include <playersettings.h>
@@ -233,6 +234,9 @@ private slots:
     void defaultFontMapping_data();
     void defaultFontMapping();
     void mappedFamilyRendersAsItsTarget();
+    void missingGlyphs_data();
+    void missingGlyphs();
+    void firstFileHandedOff();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -765,11 +769,15 @@ void TestRichTextPlay::stopBetweenLines()
     const int width = QFontMetrics(font).horizontalAdvance(text) * 2 + 1;
     RichTextPlay play;
     QSignalSpy spy(&play, &RichTextPlay::ImageValueChanged);
-    // Queued nowhere: the renderer runs here, so stop() lands between two of its steps.
-    connect(&play, &RichTextPlay::ImageValueChanged, this, [&]() {
-        if (spy.size() == stopAfter)
-            play.stop();
-    });
+    // Direct: names are announced from the thread that finished the file, while the renderer
+    // may be painting on; nothing announced after the stop counts, nor any file left behind.
+    connect(
+        &play, &RichTextPlay::ImageValueChanged, this,
+        [&]() {
+            if (spy.size() == stopAfter)
+                play.stop();
+        },
+        Qt::DirectConnection);
     if (stopAfter < 0)
         play.stop();
     const ns::RichTextContent c
@@ -1131,6 +1139,67 @@ void TestRichTextPlay::mappedFamilyRendersAsItsTarget()
     QVERIFY(!named.isNull());
     QCOMPARE(named, render(kWenQuanYi));
     QVERIFY(named != render(kDejaVu));
+}
+
+void TestRichTextPlay::missingGlyphs_data()
+{
+    // Code points no font has: unassigned ones. Each row: runs of one line, and what is reported
+    // as "run:code point" in text order.
+    QTest::addColumn<QStringList>("runs");
+    QTest::addColumn<QStringList>("reported");
+
+    QTest::newRow("all drawable") << QStringList { QStringLiteral("Latin text, 42 \u00e9") } << QStringList {};
+    QTest::newRow("spaces, controls and joiners draw nothing")
+        << QStringList { QStringLiteral("a\tb\u00a0c\u200dd\u2028") } << QStringList {};
+    QTest::newRow("each once per run, in order") << QStringList { QStringLiteral("x\u0378y\u0378\U0010FFFD") }
+                                                 << QStringList { QStringLiteral("0:378"), QStringLiteral("0:10FFFD") };
+    QTest::newRow("again in a later run") << QStringList { QStringLiteral("\u0378"), QStringLiteral("ok \u0378") }
+                                          << QStringList { QStringLiteral("0:378"), QStringLiteral("1:378") };
+}
+
+void TestRichTextPlay::missingGlyphs()
+{
+    QFETCH(QStringList, runs);
+    QFETCH(QStringList, reported);
+
+    std::vector<ns::TextRun> line;
+    for (const QString& text : runs)
+        line.push_back(run(0, text));
+    const ns::RichTextContent c
+        = content({ attribute(0, kDejaVu, 16) }, { paragraph({ lines(1, QStringLiteral("first")).front(), line }) });
+    QStringList found;
+    for (const RichTextPlay::MissingGlyph& glyph : RichTextPlay::missingGlyphs(c)) {
+        QCOMPARE(glyph.paragraph, 0);
+        QCOMPARE(glyph.line, 1);
+        QCOMPARE(glyph.runText, runs.at(glyph.run));
+        found << QStringLiteral("%1:%2").arg(glyph.run).arg(uint(glyph.codePoint), 0, 16).toUpper();
+    }
+    QCOMPARE(found, reported);
+
+    // The player says so once per text, with the count.
+    RichTextPlay play;
+    play.creatImage(c, 400, 100);
+    const QString needle = QStringLiteral("%1 characters of the text have no glyph").arg(reported.size());
+    QCOMPARE(m_log->count(QStringLiteral("have no glyph")), reported.isEmpty() ? 0 : 1);
+    QCOMPARE(m_log->count(needle), reported.isEmpty() ? 0 : 1);
+}
+
+void TestRichTextPlay::firstFileHandedOff()
+{
+    // The display takes the first page from memory instead of its file: it must hold the file's pixels.
+    const QFont font = fontOf(kDejaVu, 16);
+    const ns::RichTextContent c = content({ attribute(0, kDejaVu, 16, "#FF204080") },
+        { paragraph(lines(9, QStringLiteral("handed off")), 0, ns::ALIGN_BOTTOM, ns::ALIGN_HCENTER) }, ns::PAGE_SWITCH);
+    RichTextPlay play;
+    QSignalSpy spy(&play, &RichTextPlay::ImageValueChanged);
+    play.creatImage(c, 160, 4 * lineHeight(font, 0) + 3);
+    QVERIFY(spy.size() >= 3);
+    const QString first = spy.at(0).at(0).toString();
+    QImage kept;
+    QVERIFY(imagehandoff::take(first, &kept));
+    QCOMPARE(kept, QImage(first).convertToFormat(kept.format()));
+    QVERIFY(!imagehandoff::take(first, &kept));
+    QVERIFY(!imagehandoff::take(spy.at(1).at(0).toString(), &kept));
 }
 
 QTEST_MAIN(TestRichTextPlay)

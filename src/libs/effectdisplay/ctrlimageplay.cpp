@@ -2,6 +2,7 @@
 
 #include "effectdisplay.h"
 #include "foldtextplay.h"
+#include "imagehandoff.h"
 #include "pngwriter.h"
 #include "foldgeometry.h"
 
@@ -225,11 +226,15 @@ void ImagePlayCtrl::slotAppend(QString imagename, bool bCreatImageStatus)
 
     const int type = m_displayStyle.type;
     if (type == ns::SCROLL && !m_fold.enabled) {
-        QFile file(imagename);
-        const bool opened = file.open(QIODevice::ReadOnly);
-        if (!opened)
-            PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
-        if (!m_image.loadFromData(opened ? file.readAll() : QByteArray())) {
+        bool loaded = imagehandoff::take(imagename, &m_image);
+        if (!loaded) {
+            QFile file(imagename);
+            const bool opened = file.open(QIODevice::ReadOnly);
+            if (!opened)
+                PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
+            loaded = m_image.loadFromData(opened ? file.readAll() : QByteArray());
+        }
+        if (!loaded) {
             PLAYER_LOG(debug, "ImagePlayCtrl------------------loadPic image failed");
         } else {
             const QSize target = m_needResize ? size() : m_image.size();

@@ -1,5 +1,7 @@
 #include "effectdisplay.h"
 
+#include "imagehandoff.h"
+
 #include <spdlogger.h>
 
 #include <QFile>
@@ -120,11 +122,15 @@ void EffectDisplay::playEffects()
     m_ListRect.clear();
 
     QFile file(m_path);
-    const bool opened = file.open(QIODevice::ReadOnly);
-    if (!opened)
-        PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
-    // Content decides the format, not the file name.
-    const bool loaded = m_image.loadFromData(opened ? file.readAll() : QByteArray());
+    // A page the renderer has only just written is still in memory: no need to decode it.
+    bool loaded = imagehandoff::take(m_path, &m_image);
+    if (!loaded) {
+        const bool opened = file.open(QIODevice::ReadOnly);
+        if (!opened)
+            PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
+        // Content decides the format, not the file name.
+        loaded = m_image.loadFromData(opened ? file.readAll() : QByteArray());
+    }
     if (!loaded) {
         PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------loadPic image failed");
     } else {

@@ -155,6 +155,7 @@ void RichTextPlay::creatImage(const ns::RichTextContent& richTextContant, int wi
         return;
     }
     m_pageImage.fill(0);
+    const FileQueueScope files(this);
     QPainter painter(&m_pageImage);
     // Whatever is painted first stays on top: a piece's background goes in after its text.
     painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
@@ -175,11 +176,13 @@ void RichTextPlay::creatImage(const ns::RichTextContent& richTextContant, int wi
     }
 
     if (y == 0) {
-        emit ImageValueChanged(QStringLiteral("isEmpty"), true);
+        publish(QStringLiteral("isEmpty"), true);
+        reportMissingGlyphs();
         return;
     }
     const QString name = saveImage(m_pageImage, truncated(y - m_lineSpacing), m_vAlignment);
-    emit ImageValueChanged(name, true);
+    publish(name, true);
+    reportMissingGlyphs();
 }
 
 std::pair<bool, QPoint> RichTextPlay::paintLine(
@@ -201,7 +204,7 @@ std::pair<bool, QPoint> RichTextPlay::paintLine(
             if (y > pageHeight) {
                 const QString name = saveImage(m_pageImage, truncated(y - h - m_lineSpacing), m_vAlignment);
                 m_pageImage.fill(0);
-                emit ImageValueChanged(name, false);
+                publish(name, false);
                 y = h;
             }
         }
@@ -336,7 +339,7 @@ void RichTextPlay::closePage(int height, const char* what)
     const QString name = saveImage(m_pageImage, height, m_vAlignment);
     m_pageImage.fill(0);
     PLAYER_LOG(trace, " RichTextPlay::creatImage======================={}", what);
-    emit ImageValueChanged(name, false);
+    publish(name, false);
 }
 
 void RichTextPlay::emitOversizeLine(QPainter& painter, double h, double x, bool pending, const QStringList& texts,
@@ -358,7 +361,7 @@ void RichTextPlay::emitOversizeLine(QPainter& painter, double h, double x, bool 
     }
     const QString name = saveImageSpecial(image, m_pageImage.width(), n, n, m_vAlignment);
     PLAYER_LOG(trace, " RichTextPlay::creatImage======================={}", what);
-    emit ImageValueChanged(name, false);
+    publish(name, false);
 }
 
 void RichTextPlay::applyTextStyle(QPainter& painter, const ns::TextAttribute& attribute)
@@ -372,18 +375,23 @@ void RichTextPlay::applyTextStyle(QPainter& painter, const ns::TextAttribute& at
     pen.setColor(textColor);
     painter.setPen(pen);
 
+    if (style.fontFamilies.empty())
+        PLAYER_LOG(warn, "RichTextPlay::applyTextStyle: style {} names no font family", attribute.id);
+    painter.setFont(fontOf(style, m_letterSpacing));
+}
+
+QFont RichTextPlay::fontOf(const ns::TextStyle& style, double letterSpacing)
+{
     QFont font;
     font.setStyleHint(QFont::SansSerif, QFont::PreferDefault);
-    if (style.fontFamilies.empty()) {
-        PLAYER_LOG(warn, "RichTextPlay::applyTextStyle: style {} names no font family", attribute.id);
-    } else {
+    if (!style.fontFamilies.empty()) {
         QString family = QString::fromStdString(style.fontFamilies.front());
         PlayerSettings::getInstance().convertFontFamily(family);
         font.setFamily(family);
     }
     font.setUnderline(style.underline);
     font.setPixelSize(style.pixelSize);
-    font.setLetterSpacing(QFont::AbsoluteSpacing, m_letterSpacing);
+    font.setLetterSpacing(QFont::AbsoluteSpacing, letterSpacing);
     switch (style.fontStyle) {
     case ns::FONT_BOLD:
         font.setWeight(kBoldWeight);
@@ -402,7 +410,7 @@ void RichTextPlay::applyTextStyle(QPainter& painter, const ns::TextAttribute& at
     default:
         break;
     }
-    painter.setFont(font);
+    return font;
 }
 
 int RichTextPlay::attributeIndex(int id, const TextAttributes& textAttributes)

@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+class ImageFileQueue;
 class QPainter;
 
 /// Renders a rich text record into PNG files in the image cache, one after the other, with its
@@ -43,6 +44,20 @@ public:
     void creatMarqueeImage(const ns::RichTextContent& richTextContant, int width, int height);
     /// Ends a render at its next check; callable from any thread.
     void stop();
+
+    /// A character of the text that no mapped font can draw: it would show as an empty box.
+    struct MissingGlyph {
+        char32_t codePoint = 0;
+        int paragraph = 0; ///< indexes into the record, from 0
+        int line = 0;
+        int run = 0;
+        QString runText;
+    };
+    /// Every such character in `content`, in text order (each code point once per run), looked up
+    /// in the fonts the renderer would use with Qt's fallbacks. Any thread.
+    static std::vector<MissingGlyph> missingGlyphs(const ns::RichTextContent& content);
+    /// The font a run of `style` is drawn in, after the host's font mapping.
+    static QFont fontOf(const ns::TextStyle& style, double letterSpacing);
 
     /// Head of every image name; set before the render starts.
     void setTaskID(const QString& taskID) { m_taskID = taskID; }
@@ -95,7 +110,19 @@ private:
         double x, double bottom, const QStringList& texts, const QList<SegmentFormat>& formats, QPainter& painter);
     double paintMarqueeText(double x, double bottom, const QString& text, QPainter& painter);
 
-    // Files.
+    // Files. A render hands its files to a queue that writes them while painting goes on.
+    class FileQueueScope {
+    public:
+        explicit FileQueueScope(RichTextPlay* renderer);
+        ~FileQueueScope();
+
+    private:
+        Q_DISABLE_COPY(FileQueueScope)
+        RichTextPlay* m_renderer;
+    };
+    void stageImageFile(const QImage& image);
+    void publish(const QString& name, bool last);
+    void reportMissingGlyphs() const;
     QString saveImage(QImage& image, int height, int vAlignment);
     QString saveImageSpecial(QImage& image, int width, int fullHeight, int height, int vAlignment);
     QString saveMarqueeImage(QImage& image, int width);
@@ -116,4 +143,6 @@ private:
     ns::VAlignment m_vAlignment = ns::ALIGN_VCENTER;
     ns::HAlignment m_hAlignment = ns::ALIGN_HCENTER;
     QString m_taskID;
+    ImageFileQueue* m_files = nullptr;
+    QImage m_stagedImage;
 };

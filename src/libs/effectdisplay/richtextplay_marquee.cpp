@@ -1,5 +1,6 @@
 #include "richtextplay.h"
 
+#include "imagefilequeue.h"
 #include "pngwriter.h"
 
 #include <playerpath.h>
@@ -11,11 +12,14 @@
 #include <QPainter>
 #include <QPen>
 #include <QPointF>
+#include <QHash>
 #include <QRect>
+#include <QSet>
 #include <QTime>
 #include <QtGlobal>
 
 #include <cstdlib>
+#include <map>
 
 namespace {
 
@@ -40,14 +44,6 @@ QImage topRows(const QImage& image, int height)
     return cut;
 }
 
-// A file that cannot be written leaves its name without a file, which the display skips.
-void writeImageFile(const QImage& image, const QString& path)
-{
-    QString error;
-    if (!pngwriter::save(image, path, &error))
-        PLAYER_LOG(warn, "RichTextPlay: cannot write the image file {}: {}", path.toStdString(), error.toStdString());
-}
-
 } // namespace
 
 void RichTextPlay::creatMarqueeImage(const ns::RichTextContent& richTextContant, int width, int height)
@@ -66,6 +62,7 @@ void RichTextPlay::creatMarqueeImage(const ns::RichTextContent& richTextContant,
         PLAYER_LOG(error, " RichTextPlay::creatMarqueeImage-------- cannot make a piece of {}x{}", width, height);
         return;
     }
+    const FileQueueScope files(this);
     m_pageImage.fill(0);
     QPainter painter(&m_pageImage);
     painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
@@ -86,7 +83,8 @@ void RichTextPlay::creatMarqueeImage(const ns::RichTextContent& richTextContant,
     }
 
     const QString name = saveMarqueeImage(m_pageImage, truncated(x));
-    emit ImageValueChanged(name, true);
+    publish(name, true);
+    reportMissingGlyphs();
 }
 
 std::pair<bool, double> RichTextPlay::paintMarqueeLine(
@@ -175,7 +173,7 @@ std::pair<bool, double> RichTextPlay::paintMarqueeLine(
         }
 
         m_pageImage.fill(0);
-        emit ImageValueChanged(name, false);
+        publish(name, false);
         drawX = 0;
         x = 0;
 
@@ -233,6 +231,109 @@ double RichTextPlay::paintMarqueeText(double x, double bottom, const QString& te
     return x + width;
 }
 
+RichTextPlay::FileQueueScope::FileQueueScope(RichTextPlay* renderer)
+    : m_renderer(renderer)
+{
+    m_renderer->m_files = new ImageFileQueue(m_renderer->m_running,
+        [renderer](const QString& name, bool last) { emit renderer->ImageValueChanged(name, last); });
+}
+
+// The render is over when its files are: a stopped render's pending files are dropped.
+RichTextPlay::FileQueueScope::~FileQueueScope()
+{
+    delete m_renderer->m_files;
+    m_renderer->m_files = nullptr;
+    m_renderer->m_stagedImage = QImage();
+}
+
+void RichTextPlay::stageImageFile(const QImage& image)
+{
+    m_stagedImage = image;
+}
+
+// Every name goes out through here, after the file staged for it, if any, is written.
+void RichTextPlay::publish(const QString& name, bool last)
+{
+    QImage image;
+    std::swap(image, m_stagedImage);
+    if (m_files) {
+        if (image.isNull())
+            m_files->announce(name, last);
+        else
+            m_files->submit(image, name, last);
+        return;
+    }
+    QString error;
+    if (!image.isNull() && !pngwriter::save(image, name, &error))
+        PLAYER_LOG(warn, "RichTextPlay: cannot write the image file {}: {}", name.toStdString(), error.toStdString());
+    emit ImageValueChanged(name, last);
+}
+
+std::vector<RichTextPlay::MissingGlyph> RichTextPlay::missingGlyphs(const ns::RichTextContent& content)
+{
+    std::vector<MissingGlyph> missing;
+    if (content.textAttributes.empty())
+        return missing;
+    // One font per style and paragraph spacing, and each code point looked up once in it.
+    struct Font {
+        QFontMetrics metrics;
+        QHash<uint, bool> drawable;
+    };
+    std::map<std::pair<int, double>, Font> fonts;
+    for (std::size_t p = 0; p < content.paragraphs.size(); ++p) {
+        const ns::Paragraph& paragraph = content.paragraphs[p];
+        for (std::size_t l = 0; l < paragraph.lines.size(); ++l) {
+            const Line& line = paragraph.lines[l];
+            for (std::size_t r = 0; r < line.size(); ++r) {
+                const int index = attributeIndex(line[r].attributeId, content.textAttributes);
+                const auto key = std::make_pair(index, double(paragraph.letterSpacing));
+                auto found = fonts.find(key);
+                if (found == fonts.end()) {
+                    const QFont font
+                        = fontOf(content.textAttributes[std::size_t(index)].style, paragraph.letterSpacing);
+                    found = fonts.emplace(key, Font { QFontMetrics(font), {} }).first;
+                }
+                Font& font = found->second;
+                const QString text = QString::fromStdString(line[r].text);
+                QSet<uint> reported;
+                for (const uint codePoint : text.toUcs4()) {
+                    auto known = font.drawable.constFind(codePoint);
+                    if (known == font.drawable.constEnd()) {
+                        const QChar::Category category = QChar::category(codePoint);
+                        // Spaces, controls and joiners draw nothing of their own.
+                        const bool drawable = QChar::isSpace(codePoint) || category == QChar::Other_Control
+                            || category == QChar::Other_Format || font.metrics.inFontUcs4(codePoint);
+                        known = font.drawable.insert(codePoint, drawable);
+                    }
+                    if (*known || reported.contains(codePoint))
+                        continue;
+                    reported.insert(codePoint);
+                    missing.push_back({ char32_t(codePoint), int(p), int(l), int(r), text });
+                }
+            }
+        }
+    }
+    return missing;
+}
+
+void RichTextPlay::reportMissingGlyphs() const
+{
+    const std::vector<MissingGlyph> missing = missingGlyphs(m_content);
+    if (missing.empty())
+        return;
+    QString first;
+    for (const MissingGlyph& glyph : missing) {
+        const QString hex = QString::number(uint(glyph.codePoint), 16).toUpper();
+        first += QStringLiteral(" U+") + hex.rightJustified(4, QLatin1Char('0'));
+        if (first.size() > 40)
+            break;
+    }
+    PLAYER_LOG(warn,
+        "RichTextPlay: task {}: {} characters of the text have no glyph in any installed font and show as "
+        "empty boxes (first:{})",
+        m_taskID.toStdString(), missing.size(), first.toStdString());
+}
+
 QString RichTextPlay::saveImage(QImage& image, int height, int vAlignment)
 {
     m_pageDirty = false;
@@ -245,13 +346,14 @@ QString RichTextPlay::saveImage(QImage& image, int height, int vAlignment)
         // A scroll shows only what was painted, so the file is cut to it.
         PLAYER_LOG(trace, "RichTextPlay::saveImage=======================start");
         path += QStringLiteral(".png");
-        writeImageFile(topRows(image, height), path);
+        stageImageFile(topRows(image, height));
     } else {
         const int d = std::abs(image.height() - height);
         switch (vAlignment) {
         case ns::ALIGN_TOP:
             path += QStringLiteral(".png");
-            writeImageFile(image, path);
+            // A copy: the painter goes on with the next page in this very image.
+            stageImageFile(image.copy());
             break;
         case ns::ALIGN_VCENTER:
         case ns::ALIGN_BOTTOM: {
@@ -266,7 +368,7 @@ QString RichTextPlay::saveImage(QImage& image, int height, int vAlignment)
                 painter.drawImage(QPoint(0, top), image, QRect(0, 0, image.width(), height));
             }
             path += QStringLiteral(".png");
-            writeImageFile(placed, path);
+            stageImageFile(placed);
             break;
         }
         default:
@@ -289,7 +391,7 @@ QString RichTextPlay::saveImageSpecial(QImage& image, int width, int fullHeight,
     if (m_content.displayStyle.type == ns::SCROLL) {
         PLAYER_LOG(trace, "RichTextPlay::saveImage=======================start");
         path += QStringLiteral(".png");
-        writeImageFile(topRows(image, height), path);
+        stageImageFile(topRows(image, height));
     } else if (vAlignment == ns::ALIGN_TOP || vAlignment == ns::ALIGN_VCENTER || vAlignment == ns::ALIGN_BOTTOM) {
         const int d = std::abs(fullHeight - height);
         const int sourceRow = vAlignment == ns::ALIGN_TOP ? 0 : (vAlignment == ns::ALIGN_VCENTER ? d / 2 : d);
@@ -301,7 +403,7 @@ QString RichTextPlay::saveImageSpecial(QImage& image, int width, int fullHeight,
             painter.drawImage(QPoint(0, 0), image, QRect(0, sourceRow, image.width(), fullHeight));
         }
         path += QStringLiteral(".png");
-        writeImageFile(placed, path);
+        stageImageFile(placed);
     }
 
     PLAYER_LOG(trace, "saveImage time =======================:{},{}", timer.elapsed() / kMsPerSecond, "s");
@@ -326,7 +428,7 @@ QString RichTextPlay::saveMarqueeImage(QImage& image, int width)
         painter.setRenderHint(QPainter::Antialiasing);
         painter.drawImage(QPoint(0, 0), image, QRect(0, 0, width, image.height()));
     }
-    writeImageFile(piece, path);
+    stageImageFile(piece);
     return path;
 }
 
