@@ -70,6 +70,8 @@ private slots:
     void blankRows();
     void noLargerThanQt();
     void writeErrors();
+    void decodeLeavesOthersToQt_data();
+    void decodeLeavesOthersToQt();
 };
 
 void TestPngWriter::samePixels_data()
@@ -101,6 +103,8 @@ void TestPngWriter::samePixels()
     const QImage back = readBack(png);
     QCOMPARE(back.size(), size);
     QCOMPARE(back, image.convertToFormat(QImage::Format_ARGB32));
+    // The display's own reader gives what Qt's does.
+    QCOMPARE(pngwriter::decode(png), back);
 }
 
 void TestPngWriter::blankRows_data()
@@ -136,6 +140,7 @@ void TestPngWriter::blankRows()
     const QByteArray png = pngwriter::encode(image);
     QVERIFY(inflatesWhole(png, size));
     QCOMPARE(readBack(png), image);
+    QCOMPARE(pngwriter::decode(png), image);
 
     QByteArray qt;
     QBuffer buffer(&qt);
@@ -164,6 +169,50 @@ void TestPngWriter::writeErrors()
     QVERIFY(!error.isEmpty());
     QVERIFY(!pngwriter::save(QImage(), dir.filePath("null.png"), &error));
     QVERIFY(pngwriter::encode(QImage()).isEmpty());
+}
+
+void TestPngWriter::decodeLeavesOthersToQt_data()
+{
+    // What the display's reader refuses (a null image, so that Qt reads it instead), from a file
+    // of the writer: cut, damaged, or of a form it does not read.
+    QTest::addColumn<int>("cutAt"); // bytes kept, -1 for all
+    QTest::addColumn<int>("flipAt"); // byte whose bits are inverted, -1 for none
+    QTest::addColumn<QByteArray>("chunkBeforeIend"); // type of a chunk slipped in before IEND
+
+    QTest::newRow("whole: read") << -1 << -1 << QByteArray();
+    QTest::newRow("empty") << 0 << -1 << QByteArray();
+    QTest::newRow("signature only") << 8 << -1 << QByteArray();
+    QTest::newRow("cut in the image data") << 90 << -1 << QByteArray();
+    QTest::newRow("no end chunk") << -12 << -1 << QByteArray();
+    QTest::newRow("damaged signature") << -1 << 1 << QByteArray();
+    QTest::newRow("damaged width") << -1 << 17 << QByteArray();
+    QTest::newRow("damaged colour type") << -1 << 25 << QByteArray();
+    QTest::newRow("damaged image data") << -1 << 60 << QByteArray();
+    QTest::newRow("gamma chunk") << -1 << -1 << QByteArray("gAMA");
+    QTest::newRow("text chunk") << -1 << -1 << QByteArray("tEXt");
+}
+
+void TestPngWriter::decodeLeavesOthersToQt()
+{
+    QFETCH(int, cutAt);
+    QFETCH(int, flipAt);
+    QFETCH(QByteArray, chunkBeforeIend);
+    const QImage image = sample(QSize(40, 30), QImage::Format_ARGB32);
+    QByteArray png = pngwriter::encode(image);
+    if (!chunkBeforeIend.isEmpty()) {
+        // Four bytes of data, with a right checksum.
+        QByteArray chunk = QByteArray::fromHex("00000004") + chunkBeforeIend + QByteArray::fromHex("0000b18f");
+        const quint32 crc = quint32(crc32(0, reinterpret_cast<const Bytef*>(chunk.constData() + 4), 8));
+        chunk.resize(16);
+        qToBigEndian(crc, chunk.data() + 12);
+        png.insert(png.size() - 12, chunk);
+    }
+    if (flipAt >= 0)
+        png[flipAt] = char(~png.at(flipAt));
+    if (cutAt != -1)
+        png = cutAt >= 0 ? png.left(cutAt) : png.left(png.size() + cutAt);
+    const bool whole = cutAt == -1 && flipAt < 0 && chunkBeforeIend.isEmpty();
+    QCOMPARE(pngwriter::decode(png), whole ? image : QImage());
 }
 
 QTEST_MAIN(TestPngWriter)

@@ -232,7 +232,7 @@ void ImagePlayCtrl::slotAppend(QString imagename, bool bCreatImageStatus)
             const bool opened = file.open(QIODevice::ReadOnly);
             if (!opened)
                 PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
-            loaded = m_image.loadFromData(opened ? file.readAll() : QByteArray());
+            loaded = imagehandoff::read(opened ? file.readAll() : QByteArray(), &m_image);
         }
         if (!loaded) {
             PLAYER_LOG(debug, "ImagePlayCtrl------------------loadPic image failed");
@@ -453,8 +453,7 @@ void ImagePlayCtrl::startPageSwitch()
     m_speed = m_displayStyle.pageStayTime;
     const QString& first = m_listImageName.first();
     if (!m_fold.enabled) {
-        const QPixmap pixmap(first);
-        m_pEffectDisplay->resize(pixmap.size());
+        m_pEffectDisplay->resize(imagehandoff::sizeOf(first));
         m_pEffectDisplay->move(m_displayStyle.posX, m_displayStyle.posY);
     }
     showPage(first);
@@ -473,7 +472,7 @@ void ImagePlayCtrl::startPageSwitchSync()
     m_speed = m_duration / m_listImageName.size();
     const QString& first = m_listImageName.first();
     if (!m_fold.enabled)
-        m_pEffectDisplay->resize(QPixmap(first).size());
+        m_pEffectDisplay->resize(imagehandoff::sizeOf(first));
     m_pEffectDisplay->move(m_displayStyle.posX, m_displayStyle.posY);
     showPage(first);
 }

@@ -4,6 +4,7 @@
 #include "ctrlimageplay.h"
 
 #include "foldtextplay.h"
+#include "imagehandoff.h"
 
 #include <spdlogger.h>
 
@@ -189,7 +190,7 @@ bool ImagePlayCtrl::prepareScroll(bool sync)
         int sum = 0;
         if (isHorizontal(direction)) {
             for (const QString& name : qAsConst(m_listImageName))
-                sum += QPixmap(name).width();
+                sum += imagehandoff::sizeOf(name).width();
         } else {
             for (const QPixmap& pixmap : qAsConst(m_listPixmap))
                 sum += pixmap.height();

@@ -122,14 +122,15 @@ void EffectDisplay::playEffects()
     m_ListRect.clear();
 
     QFile file(m_path);
-    // A page the renderer has only just written is still in memory: no need to decode it.
-    bool loaded = imagehandoff::take(m_path, &m_image);
+    // A page the renderer has only just written is still in memory, maybe scaled already: no need
+    // to decode it.
+    QImage shown;
+    bool loaded = imagehandoff::take(m_path, &m_image, &shown);
     if (!loaded) {
         const bool opened = file.open(QIODevice::ReadOnly);
         if (!opened)
             PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------open image failed");
-        // Content decides the format, not the file name.
-        loaded = m_image.loadFromData(opened ? file.readAll() : QByteArray());
+        loaded = imagehandoff::read(opened ? file.readAll() : QByteArray(), &m_image);
     }
     if (!loaded) {
         PLAYER_LOG(debug, "EffectDisplay::playEffects()------------------loadPic image failed");
@@ -152,8 +153,10 @@ void EffectDisplay::playEffects()
             m_imageSize = size();
         }
         // One pixel short on both axes: every effect's end frame leaves the last column and row.
-        m_pixmap = QPixmap::fromImage(m_image.scaled(
-            m_imageSize.width() - 1, m_imageSize.height() - 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        const QSize shownSize(m_imageSize.width() - 1, m_imageSize.height() - 1);
+        if (shown.size() != shownSize)
+            shown = m_image.scaled(shownSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        m_pixmap = QPixmap::fromImage(shown);
 
         if (m_playMarquee) {
             // Marquee items keep their own size; m_pixmap only carries the display's size.

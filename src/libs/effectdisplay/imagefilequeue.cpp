@@ -38,13 +38,16 @@ struct ImageFileQueue::Job {
     QString path;
     bool last = false;
     bool writes = false;
+    QImage shown;
+    bool shownReady = true;
     bool written = false;
     bool done = false;
 };
 
-ImageFileQueue::ImageFileQueue(const std::atomic<bool>& running, Announce announce)
+ImageFileQueue::ImageFileQueue(const std::atomic<bool>& running, Announce announce, QSize shownSize)
     : m_running(running)
     , m_announce(std::move(announce))
+    , m_shownSize(shownSize)
 {
 }
 
@@ -60,6 +63,8 @@ void ImageFileQueue::submit(const QImage& image, const QString& path, bool last)
     job->path = path;
     job->last = last;
     job->writes = true;
+    const bool first = !m_firstSubmitted;
+    job->shownReady = !(first && m_shownSize.isValid());
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait(lock, [this] { return int(m_pending.size()) < maxInFlight(); });
@@ -69,10 +74,17 @@ void ImageFileQueue::submit(const QImage& image, const QString& path, bool last)
     // The pool holds no reference to this queue beyond the job: finish() waits for m_writing.
     writerPool()->start([this, job] { write(job); });
     // The first file is what the screen waits for: painting the next page meanwhile would only
-    // take a core from it.
-    if (!m_firstSubmitted) {
+    // take a core from it. This thread makes the display's copy instead, which the display would
+    // otherwise make after the file is announced.
+    if (first) {
         m_firstSubmitted = true;
+        QImage shown;
+        if (!job->shownReady)
+            shown = image.scaled(m_shownSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         std::unique_lock<std::mutex> lock(m_mutex);
+        job->shown = std::move(shown);
+        job->shownReady = true;
+        m_changed.notify_all();
         m_changed.wait(lock, [&job] { return job->done; });
     }
 }
@@ -110,9 +122,11 @@ void ImageFileQueue::write(const std::shared_ptr<Job>& job)
     job->written = written;
     if (written && !m_keptFirst) {
         m_keptFirst = true;
-        imagehandoff::keep(job->path, job->image);
+        m_changed.wait(lock, [&job] { return job->shownReady; });
+        imagehandoff::keep(job->path, job->image, job->shown);
     }
     job->image = QImage();
+    job->shown = QImage();
     job->done = true;
     --m_writing;
     announceReady(lock);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <QSize>
 #include <QString>
 
 #include <atomic>
@@ -19,8 +20,10 @@ public:
     using Announce = std::function<void(const QString& name, bool last)>;
 
     /// `running` is the renderer's flag: once it is cleared, files not yet written are not
-    /// written, and files that complete are removed instead of announced.
-    ImageFileQueue(const std::atomic<bool>& running, Announce announce);
+    /// written, and files that complete are removed instead of announced. A valid `shownSize` is
+    /// the size the page display scales a page to: the first image is handed to the display in
+    /// that size as well.
+    ImageFileQueue(const std::atomic<bool>& running, Announce announce, QSize shownSize = QSize());
     ~ImageFileQueue();
 
     /// Writes `image` to `path` and announces `path`. Blocks while enough files are in flight,
@@ -39,6 +42,7 @@ private:
 
     const std::atomic<bool>& m_running;
     Announce m_announce;
+    QSize m_shownSize;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<std::shared_ptr<Job>> m_pending; // in announcement order

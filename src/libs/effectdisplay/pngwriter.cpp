@@ -8,6 +8,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -429,6 +430,55 @@ QByteArray wrap(int width, int height, const QByteArray& deflated)
     return png;
 }
 
+// Reading back. Only the form this writer makes is read here (IHDR, IDAT and IEND alone, 8-bit
+// RGBA, not interlaced); anything else, or anything damaged, is left to Qt's reader.
+
+constexpr int kChunkOverhead = 12;
+constexpr int kHeaderSize = 13;
+constexpr quint64 kMostPixelsRead = quint64(1) << 27; // 512 MiB of pixels
+
+quint32 bigEndian(const unsigned char* in)
+{
+    return quint32(in[0]) << 24 | quint32(in[1]) << 16 | quint32(in[2]) << 8 | quint32(in[3]);
+}
+
+// Undoes one row's filter in place; `above` is the row above, already undone, or null.
+bool unfilterRow(unsigned char filter, unsigned char* row, const unsigned char* above, int bytes)
+{
+    switch (filter) {
+    case kNone:
+        return true;
+    case kSub:
+        for (int i = kBytesPerPixel; i < bytes; ++i)
+            row[i] = static_cast<unsigned char>(row[i] + row[i - kBytesPerPixel]);
+        return true;
+    case kUp:
+        for (int i = 0; above && i < bytes; ++i)
+            row[i] = static_cast<unsigned char>(row[i] + above[i]);
+        return true;
+    case kAverage:
+    case kPaeth:
+        for (int i = 0; i < bytes; ++i) {
+            const int a = i >= kBytesPerPixel ? row[i - kBytesPerPixel] : 0;
+            const int b = above ? above[i] : 0;
+            const int c = above && i >= kBytesPerPixel ? above[i - kBytesPerPixel] : 0;
+            row[i] = static_cast<unsigned char>(row[i] + (filter == kPaeth ? paeth(a, b, c) : (a + b) / 2));
+        }
+        return true;
+    default:
+        return false;
+    }
+}
+
+libdeflate_decompressor* decompressor()
+{
+    struct Deleter {
+        void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
+    };
+    thread_local std::unique_ptr<libdeflate_decompressor, Deleter> instance(libdeflate_alloc_decompressor());
+    return instance.get();
+}
+
 } // namespace
 
 QByteArray encode(const QImage& image, const Options& options)
@@ -555,6 +605,69 @@ bool save(const QImage& image, const QString& path, QString* error, const Option
         return false;
     }
     return true;
+}
+
+QImage decode(const QByteArray& png)
+{
+    const auto* data = reinterpret_cast<const unsigned char*>(png.constData());
+    const qint64 size = png.size();
+    if (size < qint64(sizeof(kSignature)) || std::memcmp(data, kSignature, sizeof(kSignature)) != 0)
+        return QImage();
+    int width = 0;
+    int height = 0;
+    QByteArray stream;
+    bool ended = false;
+    for (qint64 at = sizeof(kSignature); !ended;) {
+        if (size - at < kChunkOverhead)
+            return QImage();
+        const quint32 length = bigEndian(data + at);
+        if (length > quint32(size - at - kChunkOverhead))
+            return QImage();
+        const unsigned char* type = data + at + 4;
+        const unsigned char* body = type + 4;
+        if (bigEndian(body + length) != quint32(libdeflate_crc32(0, type, length + 4)))
+            return QImage();
+        if (std::memcmp(type, "IHDR", 4) == 0) {
+            if (length != kHeaderSize || width > 0 || body[8] != kBitDepth || body[9] != kColourTypeRgba
+                || body[10] != 0 || body[11] != 0 || body[12] != 0)
+                return QImage();
+            width = int(std::min<quint32>(bigEndian(body), INT_MAX));
+            height = int(std::min<quint32>(bigEndian(body + 4), INT_MAX));
+        } else if (std::memcmp(type, "IDAT", 4) == 0 && width > 0) {
+            stream.append(reinterpret_cast<const char*>(body), int(length));
+        } else if (std::memcmp(type, "IEND", 4) == 0) {
+            ended = true;
+        } else {
+            return QImage();
+        }
+        at += kChunkOverhead + qint64(length);
+    }
+    // Absurd sizes are left to Qt's reader and its own checks.
+    if (width <= 0 || height <= 0 || stream.isEmpty() || quint64(width) * quint64(height) > kMostPixelsRead)
+        return QImage();
+    QImage image(width, height, QImage::Format_ARGB32);
+    if (image.isNull())
+        return QImage();
+    const int rowBytes = width * kBytesPerPixel;
+    const size_t stride = size_t(rowBytes) + 1;
+    std::vector<unsigned char> rows(stride * size_t(height));
+    size_t inflated = 0;
+    if (libdeflate_zlib_decompress(
+            decompressor(), stream.constData(), size_t(stream.size()), rows.data(), rows.size(), &inflated)
+            != LIBDEFLATE_SUCCESS
+        || inflated != rows.size())
+        return QImage();
+    for (int y = 0; y < height; ++y) {
+        unsigned char* row = rows.data() + stride * size_t(y);
+        if (!unfilterRow(row[0], row + 1, y > 0 ? row + 1 - stride : nullptr, rowBytes))
+            return QImage();
+        auto* out = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const unsigned char* pixel = row + 1 + x * kBytesPerPixel;
+            out[x] = qRgba(pixel[0], pixel[1], pixel[2], pixel[3]);
+        }
+    }
+    return image;
 }
 
 } // namespace pngwriter

@@ -155,7 +155,9 @@ void RichTextPlay::creatImage(const ns::RichTextContent& richTextContant, int wi
         return;
     }
     m_pageImage.fill(0);
-    const FileQueueScope files(this);
+    // Pages that are not scrolled are shown smooth-scaled one pixel short on both axes.
+    const bool paged = m_content.displayStyle.type != ns::SCROLL && width > 1 && height > 1;
+    const FileQueueScope files(this, paged ? QSize(width - 1, height - 1) : QSize());
     QPainter painter(&m_pageImage);
     // Whatever is painted first stays on top: a piece's background goes in after its text.
     painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);

@@ -113,7 +113,8 @@ private:
     // Files. A render hands its files to a queue that writes them while painting goes on.
     class FileQueueScope {
     public:
-        explicit FileQueueScope(RichTextPlay* renderer);
+        /// `shownSize`: see ImageFileQueue.
+        FileQueueScope(RichTextPlay* renderer, QSize shownSize);
         ~FileQueueScope();
 
     private:

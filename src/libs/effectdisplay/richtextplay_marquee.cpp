@@ -62,7 +62,7 @@ void RichTextPlay::creatMarqueeImage(const ns::RichTextContent& richTextContant,
         PLAYER_LOG(error, " RichTextPlay::creatMarqueeImage-------- cannot make a piece of {}x{}", width, height);
         return;
     }
-    const FileQueueScope files(this);
+    const FileQueueScope files(this, QSize());
     m_pageImage.fill(0);
     QPainter painter(&m_pageImage);
     painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
@@ -231,11 +231,12 @@ double RichTextPlay::paintMarqueeText(double x, double bottom, const QString& te
     return x + width;
 }
 
-RichTextPlay::FileQueueScope::FileQueueScope(RichTextPlay* renderer)
+RichTextPlay::FileQueueScope::FileQueueScope(RichTextPlay* renderer, QSize shownSize)
     : m_renderer(renderer)
 {
-    m_renderer->m_files = new ImageFileQueue(m_renderer->m_running,
-        [renderer](const QString& name, bool last) { emit renderer->ImageValueChanged(name, last); });
+    m_renderer->m_files = new ImageFileQueue(
+        m_renderer->m_running,
+        [renderer](const QString& name, bool last) { emit renderer->ImageValueChanged(name, last); }, shownSize);
 }
 
 // The render is over when its files are: a stopped render's pending files are dropped.
