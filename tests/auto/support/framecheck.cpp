@@ -1,5 +1,6 @@
 #include "framecheck.h"
 
+#include <QPainter>
 #include <QStringList>
 #include <QVector>
 
@@ -93,6 +94,8 @@ QString imageDifference(const QImage& actual, const QImage& expected)
             .arg(expected.height());
     const QImage a = actual.convertToFormat(QImage::Format_ARGB32);
     const QImage b = expected.convertToFormat(QImage::Format_ARGB32);
+    if (a == b)
+        return {};
     int count = 0;
     QPoint first;
     for (int y = 0; y < a.height(); ++y) {
@@ -109,6 +112,35 @@ QString imageDifference(const QImage& actual, const QImage& expected)
         .arg(first.y())
         .arg(a.pixel(first), 8, 16, QLatin1Char('0'))
         .arg(b.pixel(first), 8, 16, QLatin1Char('0'));
+}
+
+ns::Fold makeFold(const QList<QRect>& rects, bool stacked, int count)
+{
+    ns::Fold f;
+    f.enabled = true;
+    f.count = count < 0 ? int(rects.size()) : count;
+    f.orientation = stacked ? ns::ORIENTATION_VERTICAL : ns::ORIENTATION_HORIZONTAL;
+    for (const QRect& r : rects)
+        f.rects.push_back({ r.x(), r.y(), r.width(), r.height() });
+    return f;
+}
+
+QImage foldCut(const QImage& strip, const QList<QRect>& rects, bool stacked, int pieces, QSize frame)
+{
+    QImage cut(frame, QImage::Format_ARGB32_Premultiplied);
+    cut.fill(Qt::transparent);
+    QPainter painter(&cut);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    int start = 0;
+    for (int i = 0; i < rects.size(); ++i) {
+        const QRect& r = rects[i];
+        // QImage::copy gives transparent pixels where the rectangle reaches past the strip.
+        if (i < pieces)
+            painter.drawImage(r.topLeft(),
+                strip.copy(stacked ? QRect(0, start, r.width(), r.height()) : QRect(start, 0, r.width(), r.height())));
+        start += stacked ? r.height() : r.width();
+    }
+    return cut;
 }
 
 } // namespace framecheck

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <mediarecords.h>
+
 #include <QImage>
+#include <QList>
 #include <QPoint>
+#include <QRect>
 #include <QRegion>
 #include <QString>
 
@@ -27,5 +31,12 @@ QString describe(const QRegion& region);
 QString regionDifference(const QRegion& actual, const QRegion& expected);
 /// Empty when the images are equal pixel for pixel, otherwise the count and the first difference.
 QString imageDifference(const QImage& actual, const QImage& expected);
+
+/// An enabled fold of `rects`, side by side or stacked, cut into `count` pieces (-1: one per rectangle).
+ns::Fold makeFold(const QList<QRect>& rects, bool stacked, int count = -1);
+/// What a fold shows of the composed picture `strip`: rectangle i (of the first `pieces`) shows the
+/// part of the strip that begins where the rectangles before it end, along x side by side and
+/// along y stacked; what lies beyond the strip and outside the rectangles stays transparent.
+QImage foldCut(const QImage& strip, const QList<QRect>& rects, bool stacked, int pieces, QSize frame);
 
 } // namespace framecheck

@@ -28,4 +28,5 @@ struct RssPlayerAccess {
     static playtext* textplayRss(const RssPlayer& player) { return player.textplayRss; }
     static void renew(RssPlayer& player) { player.slotTimerOut(); }
     static void requestEnd(RssPlayer& player, const QByteArray& document) { player.slotsRequestEnd(document); }
+    static RSSRequestThread* requestThread(const RssPlayer& player) { return player.m_pRequestThread; }
 };
